@@ -1,0 +1,21 @@
+"""Prints each benchmark's median time as a multiple of memcpy of the same image size."""
+import json
+import sys
+
+runs = json.load(open(sys.argv[1]))["benchmarks"]
+median = {r["run_name"]: r for r in runs if r.get("aggregate_name") == "median"}
+
+
+def size_of(name):
+    parts = name.split("/")
+    return "/".join(parts[1:3]) if len(parts) >= 3 else ""
+
+
+baseline = {size_of(n): r["real_time"] for n, r in median.items() if n.startswith("BM_memcpy_rows/")}
+for name, r in median.items():
+    if r.get("error_occurred"):
+        continue
+    base = baseline.get(size_of(name))
+    mpix = r.get("items_per_second", 0) / 1e6
+    ratio = f"{r['real_time'] / base:6.2f}x memcpy time" if base else ""
+    print(f"{name:50s} {r['real_time'] / 1e3:10.1f} us {mpix:10.0f} Mpixel/s  {ratio}")

@@ -1,0 +1,12 @@
+// The plain copy on its MMX path (24-bit records, clipped against both images).
+#pragma once
+
+#include "platform/win32_types.h"
+#include "mediakit.h"
+
+namespace mediakit {
+
+void fast_blt_mmx(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src, int sx,
+                  int sy);
+
+}  // namespace mediakit

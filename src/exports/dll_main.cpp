@@ -1,0 +1,10 @@
+// The DLL entry point: at process attach, record whether the processor has MMX.
+#include <windows.h>
+
+#include "blit/mmx_switch.h"
+#include "mediakit.h"
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+    if (reason == DLL_PROCESS_ATTACH) mediakit::g_mmxAvailable = IsMMX();
+    return TRUE;
+}

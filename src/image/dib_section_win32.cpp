@@ -1,0 +1,205 @@
+// Records whose pixels live in a DIB section selected into a memory device context: made
+// empty, from a BMP file image in memory, or from a BMP file on disk.
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "image/bitmap_record.h"
+#include "image/bmp_memory.h"
+#include "platform/image_calls.h"
+
+namespace mediakit {
+namespace {
+
+// Nothing larger can be addressed by a 32-bit process.
+constexpr uint64_t kMaxImageBytes = INT32_MAX;
+
+WORD palette_entries_by_depth(WORD bit_count) {
+    switch (bit_count) {
+        case 1: return 2;
+        case 4: return 16;
+        case 8: return 256;
+        default: return 0;
+    }
+}
+
+void attach_memory_dc(HDC hdc, BitmapData* bd) {
+    const ImageCalls& sys = image_calls();
+    bd->hdc = sys.CreateCompatibleDC(hdc);
+    sys.SelectObject(bd->hdc, bd->hBitmap);
+}
+
+void show_last_error() {
+    const ImageCalls& sys = image_calls();
+    char* text = nullptr;
+    sys.FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
+                           FORMAT_MESSAGE_IGNORE_INSERTS,
+                       nullptr, sys.GetLastError(), MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
+                       reinterpret_cast<LPSTR>(&text), 0, nullptr);
+    sys.MessageBoxA(nullptr, text ? text : "", "Error", MB_OK | MB_ICONINFORMATION);
+    if (text) sys.LocalFree(text);
+}
+
+// Bytes of pixel memory the system gave the section.
+int64_t section_bytes(HBITMAP section) {
+    DIBSECTION ds;
+    if (image_calls().GetObjectA(section, sizeof ds, &ds) != sizeof ds) return 0;
+    return static_cast<int64_t>(ds.dsBm.bmWidthBytes) * ds.dsBm.bmHeight;
+}
+
+// How many bytes from p on can be read: the committed, readable pages that follow one
+// another from p, up to kMaxImageBytes.
+size_t readable_extent(const void* p) {
+    const ImageCalls& sys = image_calls();
+    const DWORD readable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READ |
+                           PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+    auto start = reinterpret_cast<uintptr_t>(p);
+    uintptr_t at = start;
+    while (at - start < kMaxImageBytes) {
+        MEMORY_BASIC_INFORMATION mbi;
+        if (sys.VirtualQuery(reinterpret_cast<void*>(at), &mbi, sizeof mbi) != sizeof mbi) break;
+        if (mbi.State != MEM_COMMIT || !(mbi.Protect & readable) || (mbi.Protect & PAGE_GUARD))
+            break;
+        uintptr_t end = reinterpret_cast<uintptr_t>(mbi.BaseAddress) + mbi.RegionSize;
+        if (end <= at) break;  // the top of the address space
+        at = end;
+    }
+    return static_cast<size_t>(std::min<uint64_t>(at - start, kMaxImageBytes));
+}
+
+struct FreeDeleter {
+    void operator()(void* p) const { std::free(p); }
+};
+
+BOOL fail_dib(BitmapData* bd) {
+    std::free(bd->lpbmi);
+    *bd = BitmapData{};
+    return 0;
+}
+
+// Loads a BMP file image of `length` readable bytes. Headers that run past the end, top-down
+// images and sections smaller than the record's pixel block are refused without a message.
+BOOL load_dib_image(HDC hdc, const uint8_t* image, size_t length, BitmapData* bd) {
+    *bd = BitmapData{};
+    BmpMemoryImage bmp;
+    if (read_bmp_image(image, length, &bmp) != BmpImageStatus::kOk) return fail_dib(bd);
+    // The system reads the info block as its own header size and colour table say; it gets a
+    // copy that is zero where the image ends early.
+    size_t system_bytes = system_info_bytes(bmp);
+    std::unique_ptr<uint8_t, FreeDeleter> system_info(
+        static_cast<uint8_t*>(system_bytes ? std::malloc(system_bytes) : nullptr));
+    if (!system_info) return fail_dib(bd);
+    copy_system_info(image, length, system_info.get(), system_bytes);
+
+    bd->bmfHeader = bmp.file;
+    size_t info_bytes = info_block_bytes(bmp.palette_entries);
+    bd->lpbmi = static_cast<BITMAPINFO*>(std::malloc(info_bytes));
+    if (!bd->lpbmi) return fail_dib(bd);
+    std::memcpy(bd->lpbmi, bmp.info_block, info_bytes);
+
+    const ImageCalls& sys = image_calls();
+    UINT usage = bmp.palette_entries > 0 ? DIB_PAL_COLORS : DIB_RGB_COLORS;
+    void* bits = nullptr;
+    bd->hBitmap = sys.CreateDIBSection(hdc, reinterpret_cast<const BITMAPINFO*>(system_info.get()),
+                                       usage, &bits, nullptr, 0);
+    if (!bd->hBitmap) {
+        show_last_error();
+        return fail_dib(bd);
+    }
+    if (!bits || section_bytes(bd->hBitmap) < bmp.pixel_bytes) {
+        sys.DeleteObject(bd->hBitmap);
+        return fail_dib(bd);
+    }
+    bd->lpBits = static_cast<BYTE*>(bits);
+    copy_pixel_block(image, length, bmp, bd->lpBits, static_cast<size_t>(bmp.pixel_bytes));
+    attach_memory_dc(hdc, bd);
+    return 1;
+}
+
+struct FileCloser {
+    void operator()(HANDLE h) const { image_calls().CloseHandle(h); }
+};
+using FileHandle = std::unique_ptr<void, FileCloser>;
+
+
+}  // namespace
+}  // namespace mediakit
+
+using namespace mediakit;
+
+extern "C" BOOL MEDIAKIT_CALL BufferDIBSection(HDC hdc, int width, int height, WORD bitCount,
+                                               const RGBQUAD* palette, BitmapData* bd) {
+    if (!bd) return 0;
+    WORD entries = palette_entries_by_depth(bitCount);
+    size_t info_bytes = info_block_bytes(entries);
+    bd->lpbmi = static_cast<BITMAPINFO*>(std::calloc(1, info_bytes));
+    if (!bd->lpbmi) return 0;
+
+    BITMAPINFOHEADER& info = bd->lpbmi->bmiHeader;
+    info.biSize = kInfoHeaderBytes;
+    info.biWidth = width;
+    info.biHeight = height;
+    info.biPlanes = 1;
+    info.biBitCount = bitCount;
+    info.biCompression = BI_RGB;
+    if (entries > 0 && palette) std::memcpy(bd->lpbmi->bmiColors, palette, 4u * entries);
+
+    void* bits = nullptr;
+    UINT usage = entries > 0 ? DIB_PAL_COLORS : DIB_RGB_COLORS;
+    bd->hBitmap = image_calls().CreateDIBSection(hdc, bd->lpbmi, usage, &bits, nullptr, 0);
+    if (!bd->hBitmap) return fail_dib(bd);
+    bd->lpBits = static_cast<BYTE*>(bits);
+
+    // The header fields are 32-bit and wrap like the processor's arithmetic.
+    uint32_t header_bytes = static_cast<uint32_t>(kFileHeaderBytes + info_bytes);
+    bd->bmfHeader.bfType = kBmpMagic;
+    bd->bmfHeader.bfReserved1 = 0;
+    bd->bmfHeader.bfReserved2 = 0;
+    bd->bmfHeader.bfOffBits = header_bytes;
+    bd->bmfHeader.bfSize =
+        static_cast<uint32_t>(BytesPerLine(&info)) * static_cast<uint32_t>(height) + header_bytes;
+    attach_memory_dc(hdc, bd);
+    return 1;
+}
+
+extern "C" BOOL MEDIAKIT_CALL LoadDIBSectionIndirect(HDC hdc, const void* image, BitmapData* bd) {
+    if (!bd) return 0;
+    if (!image) {
+        *bd = BitmapData{};
+        return 0;
+    }
+    // No length comes with the image: read no further than the memory it lies in.
+    return load_dib_image(hdc, static_cast<const uint8_t*>(image), readable_extent(image), bd);
+}
+
+extern "C" BOOL MEDIAKIT_CALL LoadDIBSection(HDC hdc, LPCSTR fileName, BitmapData* bd) {
+    if (!fileName || !bd) return 0;
+    const ImageCalls& sys = image_calls();
+    FileHandle file(sys.CreateFileA(fileName, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    if (file.get() == INVALID_HANDLE_VALUE) {
+        file.release();
+        return 0;
+    }
+    LARGE_INTEGER size;
+    if (!sys.GetFileSizeEx(file.get(), &size) || size.QuadPart < 0 ||
+        static_cast<uint64_t>(size.QuadPart) > kMaxImageBytes)
+        return 0;
+    std::unique_ptr<uint8_t, FreeDeleter> buffer(
+        static_cast<uint8_t*>(std::malloc(size.QuadPart ? size.QuadPart : 1)));
+    if (!buffer) return 0;
+
+    // The image is bounded by what the file really delivered.
+    DWORD length = 0;
+    while (length < size.QuadPart) {
+        DWORD got = 0;
+        if (!sys.ReadFile(file.get(), buffer.get() + length,
+                          static_cast<DWORD>(size.QuadPart) - length, &got, nullptr) ||
+            got == 0)
+            break;
+        length += got;
+    }
+    if (load_dib_image(hdc, buffer.get(), length, bd)) return 1;
+    DeleteBitmapData(bd);
+    return 0;
+}

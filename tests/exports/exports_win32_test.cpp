@@ -1,0 +1,131 @@
+// The DLL as a host sees it: linked through its import library, loaded by name, its export
+// and import tables, and its entry points called through a stack aligned to 4 bytes only.
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <set>
+
+#include "mediakit.h"
+#include "pe_tables.h"
+
+// Calls fn(args[0..n-1]), cdecl, with the stack pointer at offset (mod 16) at the call.
+extern "C" uint32_t call_with_stack_at(const void* fn, const uint32_t* args, int n, int offset);
+__asm__(
+    ".text\n"
+    ".globl _call_with_stack_at\n"
+    "_call_with_stack_at:\n"
+    "  push %ebp\n"
+    "  mov %esp, %ebp\n"
+    "  push %esi\n"
+    "  push %edi\n"
+    "  mov 16(%ebp), %ecx\n"
+    "  lea (,%ecx,4), %eax\n"
+    "  mov %esp, %edi\n"
+    "  sub %eax, %edi\n"
+    "  sub $64, %edi\n"
+    "  and $-16, %edi\n"
+    "  add 20(%ebp), %edi\n"
+    "  mov %edi, %esp\n"
+    "  mov 12(%ebp), %esi\n"
+    "  cld\n"
+    "  rep movsl\n"
+    "  call *8(%ebp)\n"
+    "  lea -8(%ebp), %esp\n"
+    "  pop %edi\n"
+    "  pop %esi\n"
+    "  pop %ebp\n"
+    "  ret\n");
+
+namespace {
+
+std::vector<uint8_t> read_bytes(const char* path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+std::string lower(std::string s) {
+    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    return s;
+}
+
+TEST(DllTables, ExportsExactlyTheDefinedPlainNames) {
+    mktest::PeTables t = mktest::read_pe_tables(read_bytes(MK_DLL_PATH));
+    ASSERT_TRUE(t.ok);
+    std::vector<uint8_t> def = read_bytes(MK_DEF_FILE);
+    std::vector<std::string> expected = mktest::read_def_exports(std::string(def.begin(), def.end()));
+    ASSERT_FALSE(expected.empty());
+    for (const std::string& name : t.exports) {
+        EXPECT_TRUE(std::isalpha(static_cast<unsigned char>(name[0])) &&
+                    name.find_first_of("@?$.") == std::string::npos)
+            << "decorated export " << name;
+    }
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(t.exports, expected);  // the export name table is sorted
+}
+
+TEST(DllTables, ImportsSystemDllsOnly) {
+    mktest::PeTables t = mktest::read_pe_tables(read_bytes(MK_DLL_PATH));
+    ASSERT_TRUE(t.ok);
+    const std::set<std::string> system = {"kernel32.dll", "user32.dll",   "gdi32.dll",  "winmm.dll",
+                                          "msacm32.dll",  "avifil32.dll", "imm32.dll",  "msvcrt.dll"};
+    ASSERT_FALSE(t.imports.empty());
+    for (const std::string& dll : t.imports) EXPECT_TRUE(system.count(lower(dll))) << dll;
+}
+
+TEST(Dll, EveryNameResolvesWhenLoadedByName) {
+    HMODULE dll = LoadLibraryA("mediakit.dll");
+    ASSERT_NE(dll, nullptr);
+    std::vector<uint8_t> def = read_bytes(MK_DEF_FILE);
+    for (const std::string& name : mktest::read_def_exports(std::string(def.begin(), def.end())))
+        EXPECT_NE(GetProcAddress(dll, name.c_str()), nullptr) << name;
+}
+
+// Heap-style records with no device context: FastBlt can only copy them on the MMX path,
+// which the entry point enabled when it found MMX at process attach.
+struct Image {
+    explicit Image(int w, int h, BYTE fill) : pixels(size_t(((w * 24 + 31) >> 3) & ~3) * h, fill) {
+        info.biSize = 40;
+        info.biWidth = w;
+        info.biHeight = h;
+        info.biPlanes = 1;
+        info.biBitCount = 24;
+        bd.bmfHeader.bfType = 0x4D42;
+        bd.lpbmi = reinterpret_cast<BITMAPINFO*>(&info);
+        bd.lpBits = pixels.data();
+    }
+    BITMAPINFOHEADER info{};
+    std::vector<BYTE> pixels;
+    BitmapData bd{};
+};
+
+TEST(Dll, EntryPointEnablesTheMmxPaths) {
+    ASSERT_EQ(IsMMX(), 1);
+    Image dst(64, 8, 0), src(64, 8, 0xC3);
+    FastBlt(&dst.bd, 0, 0, 64, 8, &src.bd, 0, 0);
+    EXPECT_EQ(dst.pixels, src.pixels);
+}
+
+TEST(Dll, EntryPointsRunOnAStackAlignedToFourBytes) {
+    for (int offset : {4, 8, 12, 0}) {
+        SCOPED_TRACE(offset);
+        Image dst(1920, 4, 0), src(1920, 4, 0x7E);
+        const uint32_t blt[] = {uint32_t(&dst.bd), 0, 0, 1920, 4, uint32_t(&src.bd), 0, 0};
+        call_with_stack_at(reinterpret_cast<const void*>(&FastBlt), blt, 8, offset);
+        EXPECT_EQ(dst.pixels, src.pixels);
+
+        BitmapData section{};
+        const uint32_t make[] = {0, 300, 20, 24, 0, uint32_t(&section)};
+        EXPECT_EQ(call_with_stack_at(reinterpret_cast<const void*>(&BufferDIBSection), make, 6, offset), 1u);
+        const uint32_t del[] = {uint32_t(&section)};
+        call_with_stack_at(reinterpret_cast<const void*>(&DeleteBitmapData), del, 1, offset);
+        const uint32_t flag[] = {1};
+        EXPECT_EQ(call_with_stack_at(reinterpret_cast<const void*>(&SetUsageMMX), flag, 1, offset), 1u);
+    }
+}
+
+}  // namespace

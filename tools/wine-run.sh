@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Runs a Windows program under Wine in the project's own prefix (build/win32/wineprefix),
+# creating the prefix on first use: 32-bit, null graphics driver (no display needed),
+# audio drivers off, and no debugger on a crash (the program ends with a failure). Several runs may start at once; the first one builds the prefix.
+set -eu
+here=$(cd "$(dirname "$0")/.." && pwd)
+export WINEPREFIX=${MK_WINEPREFIX:-$here/build/win32/wineprefix}
+export WINEARCH=win32
+export WINEDEBUG=${WINEDEBUG:--all}
+export WINEDLLOVERRIDES="winealsa.drv=d;winepulse.drv=d;mscoree=d;mshtml=d;winedbg.exe=d"
+unset DISPLAY WAYLAND_DISPLAY
+
+mkdir -p "$(dirname "$WINEPREFIX")"
+(
+    flock 9
+    if [ ! -f "$WINEPREFIX/.mediakit-ready" ]; then
+        rm -rf "$WINEPREFIX"
+        wineboot -i >/dev/null 2>&1
+        wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1
+        wineserver -w
+        touch "$WINEPREFIX/.mediakit-ready"
+    fi
+) 9>"$WINEPREFIX.lock"
+
+exec wine "$@"
