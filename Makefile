@@ -26,10 +26,11 @@ test: native win32
 	cd $(NATIVE) && ctest --output-on-failure -j $(JOBS)
 	cd $(WIN32) && ctest --output-on-failure -j $(JOBS)
 
-bench: setup
+bench: win32
 	@[ -f $(BENCH)/build.ninja ] || cmake -S . -B $(BENCH) -G Ninja -DMK_BENCH=ON
 	cmake --build $(BENCH) -j $(JOBS)
 	bench/run.sh $(BENCH)
+	tools/wine-run.sh $(WIN32)/dll_bench.exe
 
 fuzz: native
 	fuzz/run.sh $(NATIVE) $${FUZZ_SECONDS:-600}

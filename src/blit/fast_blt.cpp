@@ -18,7 +18,7 @@ void fast_blt_mmx(BitmapData* dst, int x, int y, int w, int h, const BitmapData*
     y = entries[0].yOrigin;
     sx = entries[1].xOrigin;
     sy = entries[1].yOrigin;
-    CopyRect24MMX(rect_start(d, x, y, h, 3), rect_start(s, sx, sy, h, 3), w, h, d.stride,
+    CopyRect24MMX(rect_start(d, x, y, h), rect_start(s, sx, sy, h), w, h, d.stride,
                   s.stride);
 }
 

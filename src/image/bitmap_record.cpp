@@ -1,6 +1,9 @@
 // Palette size and stride rules, header decoding and the blits' view of a record.
 #include "image/bitmap_record.h"
 
+#include <algorithm>
+#include <cstring>
+
 extern "C" WORD MEDIAKIT_CALL NumOfPalletColors(const BITMAPINFOHEADER* lpbi) {
     if (!lpbi) return 0;
     if (lpbi->biClrUsed != 0) return static_cast<WORD>(lpbi->biClrUsed);
@@ -71,6 +74,13 @@ bool make_view(const BitmapData* bd, ImageView* view) {
     if (info.biWidth < 0 || stride < row_bytes) return false;
     *view = ImageView{bd->lpBits, stride, info.biWidth, info.biHeight, info.biBitCount};
     return true;
+}
+
+void load_palette(const BitmapData* bd, Palette256* out) {
+    std::memset(out, 0, sizeof *out);
+    if (!bd || !bd->lpbmi) return;
+    size_t n = std::min<size_t>(NumOfPalletColors(&bd->lpbmi->bmiHeader), 256);
+    std::memcpy(out->entries, bd->lpbmi->bmiColors, n * sizeof(RGBQUAD));
 }
 
 }  // namespace mediakit

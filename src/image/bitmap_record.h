@@ -49,12 +49,20 @@ struct ImageView {
 /// short for its width (a zero plane count, a stride that wrapped).
 bool make_view(const BitmapData* bd, ImageView* view);
 
-/// The lowest-addressed byte of the rectangle whose top row is y and height h: rows are
-/// stored bottom-up, so that is image row y + h - 1.
-inline uint8_t* rect_start(const ImageView& v, int32_t x, int32_t y, int32_t h,
-                           int32_t bytes_per_pixel) {
+/// The lowest-addressed byte of the rectangle whose left column is x, top row y and height
+/// h: rows are stored bottom-up, so that is the start of image row y + h - 1, and column x
+/// lies (x × bit count + 7) / 8 bytes into it (3x for 24 bits, x for 8).
+inline uint8_t* rect_start(const ImageView& v, int32_t x, int32_t y, int32_t h) {
     return v.bits + static_cast<ptrdiff_t>(v.height - y - h) * v.stride +
-           static_cast<ptrdiff_t>(x) * bytes_per_pixel;
+           (static_cast<ptrdiff_t>(x) * v.bit_count + 7) / 8;
 }
+
+/// The colour table of an 8-bit record, always 256 entries: those of the record's own
+/// table, then black for indices the table does not have, so that any pixel byte can be
+/// looked up without reading past the record's info block.
+struct Palette256 {
+    RGBQUAD entries[256];
+};
+void load_palette(const BitmapData* bd, Palette256* out);
 
 }  // namespace mediakit

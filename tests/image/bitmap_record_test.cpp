@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <vector>
+
 #include "image/bitmap_record.h"
 
 namespace {
@@ -72,6 +75,29 @@ TEST(View, RefusesRecordsWhoseStrideCannotHoldARow) {
     EXPECT_FALSE(mediakit::make_view(nullptr, &v));
     BitmapData empty{};
     EXPECT_FALSE(mediakit::make_view(&empty, &v));
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Palette, HasTheRecordsEntriesThenBlack) {
+    for (uint32_t clr_used : {0u, 1u, 16u, 255u, 256u, 300u}) {
+        BITMAPINFOHEADER h = header(4, 8, clr_used);
+        std::vector<uint8_t> block(mediakit::info_block_bytes(NumOfPalletColors(&h)), 0);
+        std::memcpy(block.data(), &h, sizeof h);
+        for (size_t i = 40; i < block.size(); ++i) block[i] = uint8_t(i | 1);
+        BitmapData bd{};
+        bd.lpbmi = reinterpret_cast<BITMAPINFO*>(block.data());
+        mediakit::Palette256 p;
+        mediakit::load_palette(&bd, &p);
+        size_t entries = clr_used ? clr_used : 256;
+        for (size_t i = 0; i < 256; ++i) {
+            const uint8_t* e = reinterpret_cast<const uint8_t*>(&p.entries[i]);
+            for (int b = 0; b < 4; ++b)
+                ASSERT_EQ(e[b], i < entries ? block[40 + 4 * i + b] : 0) << "biClrUsed " << clr_used << ", entry " << i;
+        }
+    }
 }
 
 }  // namespace
