@@ -23,12 +23,15 @@ elseif(MK_SANITIZE)
 endif()
 
 # Adds sources to the library core. PORTABLE files build in both builds; WIN32 files only
-# in the Windows one. Files named *_avx2.cpp are compiled for AVX2 (and only they are).
+# in the Windows one; NATIVE files (stand-ins for system calls) only in the native one.
+# Files named *_avx2.cpp are compiled for AVX2 (and only they are).
 function(mk_sources)
-  cmake_parse_arguments(ARG "" "" "PORTABLE;WIN32" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "PORTABLE;WIN32;NATIVE" ${ARGN})
   set(files ${ARG_PORTABLE})
   if(WIN32)
     list(APPEND files ${ARG_WIN32})
+  else()
+    list(APPEND files ${ARG_NATIVE})
   endif()
   foreach(f IN LISTS files)
     get_filename_component(abs ${f} ABSOLUTE)

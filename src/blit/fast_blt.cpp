@@ -2,7 +2,9 @@
 
 #include "blit/clip.h"
 #include "blit/copy.h"
+#include "blit/mmx_switch.h"
 #include "image/bitmap_record.h"
+#include "platform/blit_calls.h"
 
 namespace mediakit {
 
@@ -23,3 +25,13 @@ void fast_blt_mmx(BitmapData* dst, int x, int y, int w, int h, const BitmapData*
 }
 
 }  // namespace mediakit
+
+extern "C" void MEDIAKIT_CALL FastBlt(BitmapData* dst, int x, int y, int w, int h,
+                                      const BitmapData* src, int sx, int sy) {
+    if (!dst || !src) return;
+    if (!mediakit::mmx_in_use()) {
+        mediakit::blit_calls().BitBlt(dst->hdc, x, y, w, h, src->hdc, sx, sy, SRCCOPY);
+        return;
+    }
+    mediakit::fast_blt_mmx(dst, x, y, w, h, src, sx, sy);
+}

@@ -1,4 +1,5 @@
-// The plain copy on its MMX path (24-bit records, clipped against both images).
+// The plain copy: on its MMX path between 24-bit records, clipped against both images;
+// otherwise GDI's BitBlt between the records' device contexts with the caller's values.
 #pragma once
 
 #include "platform/win32_types.h"

@@ -1,7 +1,8 @@
-// The system calls of the blits: the GDI copy that FastBlt falls back on.
+// The system calls of the blits: the GDI copy that FastBlt falls back on. The native build
+// has no GDI; its stand-in fails as GDI does for records without device contexts.
 #pragma once
 
-#include <windows.h>
+#include "platform/win32_types.h"
 
 namespace mediakit {
 

@@ -63,6 +63,9 @@ typedef struct tagRECT {
     LONG bottom;
 } RECT;
 
+#define WINAPI
+#define SRCCOPY 0x00CC0020
+
 #define BI_RGB 0
 #define DIB_RGB_COLORS 0
 #define DIB_PAL_COLORS 1
