@@ -17,7 +17,8 @@ int parse_wave_image(const uint8_t* image, uint64_t length, const WaveImageOutpu
     const uint64_t end = 8 + uint64_t(read_u32le(image + 4));
     // An output counts as taken while it is nonzero, so the first chunk of each kind wins,
     // and a "data" chunk of size 0 lets a later one replace it.
-    for (uint64_t p = 12; p < end && length - p >= 8; ) {
+    // A chunk header is read only when all 8 bytes lie within the supplied length.
+    for (uint64_t p = 12; p < end && p <= length && length - p >= 8;) {
         const uint32_t id = read_u32le(image + p);
         const uint32_t size = read_u32le(image + p + 4);
         const uint64_t body = p + 8;
