@@ -54,8 +54,11 @@ TEST(DriverPattern, RefusesWhatDoesNotFitMaxPath) {
         char out[kDriverPatternChars];
         bool fits = build_driver_pattern(path.c_str(), no_lead, out);
         EXPECT_EQ(fits, kept <= 253) << kept;
-        if (fits) EXPECT_EQ(std::string(out), path.substr(0, kept) + "\\*.acm");
-        else EXPECT_STREQ(out, "");
+        if (fits) {
+            EXPECT_EQ(std::string(out), path.substr(0, kept) + "\\*.acm");
+        } else {
+            EXPECT_STREQ(out, "");
+        }
     }
 }
 

@@ -1,5 +1,8 @@
 #include "riff_builder.h"
 
+#include <algorithm>
+#include <cstring>
+
 
 namespace mktest {
 namespace {
@@ -36,9 +39,10 @@ RiffBuilder& RiffBuilder::raw(const std::vector<uint8_t>& bytes) {
 std::vector<uint8_t> RiffBuilder::bytes() const { return bytes(uint32_t(4 + chunks_.size())); }
 
 std::vector<uint8_t> RiffBuilder::bytes(uint32_t riff_size) const {
-    std::vector<uint8_t> out = {'R', 'I', 'F', 'F', 0, 0, 0, 0, 'W', 'A', 'V', 'E'};
+    std::vector<uint8_t> out(12 + chunks_.size());
+    std::memcpy(out.data(), "RIFF\0\0\0\0WAVE", 12);
     put_u32(out, 4, riff_size);
-    out.insert(out.end(), chunks_.begin(), chunks_.end());
+    std::copy(chunks_.begin(), chunks_.end(), out.begin() + 12);
     return out;
 }
 

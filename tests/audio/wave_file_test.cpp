@@ -163,7 +163,9 @@ TEST_F(WaveFileWalk, FirstChunkOfEachKindWinsAndEmptyDataGivesWay) {
         EXPECT_EQ(o.record.dwSampleLength, 11u);
         EXPECT_EQ(o.record.dwDataSize, 3u);
         EXPECT_EQ(o.record.llDataOffset, 104);  // the body of the data chunk of 3 bytes
-        if (load) EXPECT_EQ(std::vector<uint8_t>(o.record.lpData, o.record.lpData + 3), ramp(3, 7));
+        if (load) {
+            EXPECT_EQ(std::vector<uint8_t>(o.record.lpData, o.record.lpData + 3), ramp(3, 7));
+        }
     }
 }
 
