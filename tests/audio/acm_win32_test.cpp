@@ -83,15 +83,14 @@ MMRESULT ACMAPI fake_close(HACMSTREAM h, DWORD f) {
     return g_real->acmStreamClose(h, f);
 }
 MMRESULT ACMAPI fake_add(LPHACMDRIVERID id, HINSTANCE m, LPARAM p, DWORD prio, DWORD f) {
-    if (f != (ACM_DRIVERADDF_FUNCTION | ACM_DRIVERADDF_LOCAL) || prio != 0) step("add with wrong flags");
-    return step("add") ? MMSYSERR_ERROR : g_real->acmDriverAddA(id, m, p, prio, f);
+    // A driver given as a function (3), local to the process, at priority 0.
+    return step(f == 3 && prio == 0 ? "add" : "add with other flags") ? MMSYSERR_ERROR
+                                                                       : g_real->acmDriverAddA(id, m, p, prio, f);
 }
 MMRESULT ACMAPI fake_remove(HACMDRIVERID id, DWORD f) {
     step("remove");
     return g_real->acmDriverRemove(id, f);
 }
-HMODULE WINAPI fake_load(LPCSTR name) { return step("load") ? nullptr : g_real->LoadLibraryA(name); }
-FARPROC WINAPI fake_proc(HMODULE m, LPCSTR name) { return step("proc") ? nullptr : g_real->GetProcAddress(m, name); }
 BOOL WINAPI fake_free(HMODULE m) {
     step("free");
     return g_real->FreeLibrary(m);
@@ -114,8 +113,6 @@ public:
         calls_.acmStreamClose = fake_close;
         calls_.acmDriverAddA = fake_add;
         calls_.acmDriverRemove = fake_remove;
-        calls_.LoadLibraryA = fake_load;
-        calls_.GetProcAddress = fake_proc;
         calls_.FreeLibrary = fake_free;
         calls_.FindFirstFileA = fake_find_first;
         g_fake = &state;
