@@ -13,6 +13,7 @@ struct Entry {
 
 const Entry kScenes[] = {
     {"BMP files and the plain copy", demo::copy_scene},
+    {"A compressed sound decoded through the ACM", demo::wave_scene},
 };
 
 }  // namespace

@@ -15,6 +15,9 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+#include <mmsystem.h>
+#include <mmreg.h>
+#include <msacm.h>
 #elif !defined(MEDIAKIT_WIN32_TYPES_DECLARED)
 #error "mediakit.h is a Windows header"
 #endif
@@ -57,6 +60,26 @@ typedef struct ClipBltEntry {
     LONG yOrigin;
 } ClipBltEntry;
 
+/* A WAVE file found by wav_OpenWaveForFile. The host owns the record and zeroes it before
+ * its first use; the library owns lpFormat, lpData and hFile and releases them in
+ * wav_CloseWaveForFile. */
+typedef struct WaveForFile {
+    HANDLE hFile;            /* streaming mode: the open file, at the first data byte; else 0 */
+    WAVEFORMATEX* lpFormat;  /* the whole "fmt " body, or 0 */
+    DWORD dwSampleLength;    /* the "fact" sample count, or 0 */
+    DWORD dwDataSize;        /* declared size of the "data" body in bytes, or 0 */
+    BYTE* lpData;            /* loading mode: the data body (dwDataSize bytes); else 0 */
+    LONGLONG llDataOffset;   /* file offset of the first data byte */
+    DWORD dwLoopStart;       /* first loop of the "smpl" chunk, or 0 */
+    DWORD dwLoopEnd;
+} WaveForFile;
+
+/* One ACM codec driver installed by acm_AddDriver; all zero before the first add. */
+typedef struct AcmDriverEntry {
+    HMODULE hModule;     /* the driver file, or 0 */
+    HACMDRIVERID hadid;  /* the driver's identifier, or 0 */
+} AcmDriverEntry;
+
 #if defined(_WIN32) && !defined(_WIN64)
 #define MEDIAKIT_ASSERT_LAYOUT(name, cond) typedef char mediakit_layout_##name[(cond) ? 1 : -1]
 MEDIAKIT_ASSERT_LAYOUT(BitmapData_size, sizeof(BitmapData) == 32);
@@ -65,6 +88,12 @@ MEDIAKIT_ASSERT_LAYOUT(BitmapData_lpBits, offsetof(BitmapData, lpBits) == 20);
 MEDIAKIT_ASSERT_LAYOUT(BitmapData_hBitmap, offsetof(BitmapData, hBitmap) == 24);
 MEDIAKIT_ASSERT_LAYOUT(BitmapData_hdc, offsetof(BitmapData, hdc) == 28);
 MEDIAKIT_ASSERT_LAYOUT(ClipBltEntry_size, sizeof(ClipBltEntry) == 16);
+MEDIAKIT_ASSERT_LAYOUT(WaveForFile_size, sizeof(WaveForFile) == 40);
+MEDIAKIT_ASSERT_LAYOUT(WaveForFile_lpData, offsetof(WaveForFile, lpData) == 16);
+MEDIAKIT_ASSERT_LAYOUT(WaveForFile_llDataOffset, offsetof(WaveForFile, llDataOffset) == 24);
+MEDIAKIT_ASSERT_LAYOUT(WaveForFile_dwLoopEnd, offsetof(WaveForFile, dwLoopEnd) == 36);
+MEDIAKIT_ASSERT_LAYOUT(AcmDriverEntry_size, sizeof(AcmDriverEntry) == 8);
+MEDIAKIT_ASSERT_LAYOUT(AcmDriverEntry_hadid, offsetof(AcmDriverEntry, hadid) == 4);
 #endif
 
 /* ---- Image buffers and BMP files --------------------------------------------------- */
@@ -115,6 +144,74 @@ MEDIAKIT_API BOOL MEDIAKIT_CALL SetUsageMMX(BOOL allow);
  * the records' device contexts. */
 MEDIAKIT_API void MEDIAKIT_CALL FastBlt(BitmapData* dst, int x, int y, int w, int h,
                                         const BitmapData* src, int sx, int sy);
+
+/* ---- Files, INI numbers and error text --------------------------------------------- */
+
+/* Writes the text and a line feed to the debugger output. */
+MEDIAKIT_API void MEDIAKIT_CALL RegError(LPCSTR text);
+/* 1 if the file can be opened (no data access is asked for), else 0. */
+MEDIAKIT_API int MEDIAKIT_CALL fl_IsExist(LPCSTR path);
+/* The 64-bit position of an open file handle; a failed query gives a low part of
+ * 0xFFFFFFFF. */
+MEDIAKIT_API LONGLONG MEDIAKIT_CALL fl_GetFilePointer(HANDLE file);
+/* Moves an open file handle to the position high * 2^32 + (unsigned) low. Always 1. */
+MEDIAKIT_API int MEDIAKIT_CALL fl_SetFilePointer(HANDLE file, LONG low, LONG high);
+/* Reads a whole number from an INI file (atoi of at most 63 characters). A missing key or
+ * file gives 0 and result 1; a key with an empty value gives result 0, value untouched. */
+MEDIAKIT_API int MEDIAKIT_CALL GetPrivateProfileNumber(LPCSTR section, LPCSTR key, int* value,
+                                                       LPCSTR iniPath);
+/* Writes a whole number in decimal; the result of WritePrivateProfileStringA. */
+MEDIAKIT_API int MEDIAKIT_CALL WritePrivateProfileNumber(LPCSTR section, LPCSTR key, int value,
+                                                         LPCSTR iniPath);
+
+/* ---- WAVE data ---------------------------------------------------------------------- */
+
+/* Fills an 18-byte PCM format: nBlockAlign = channels * bits / 8 (fraction dropped),
+ * nAvgBytesPerSec = nBlockAlign * samplesPerSec, cbSize = 0. */
+MEDIAKIT_API void MEDIAKIT_CALL wav_SetWaveFormat(WORD channels, WORD bitsPerSample,
+                                                  DWORD samplesPerSec, WAVEFORMATEX* format);
+/* Finds the format, "fact" sample count and data of a RIFF WAVE image in memory; the
+ * first chunk of each kind wins. The pointers point into the image; any out pointer may be
+ * 0. 0 for a missing signature or a "fmt " chunk shorter than 14 bytes. */
+MEDIAKIT_API int MEDIAKIT_CALL wav_ParseWaveResource(const void* image, const WAVEFORMATEX** format,
+                                                     DWORD* sampleLength, BYTE** data,
+                                                     DWORD* dataSize);
+/* As wav_ParseWaveResource, for a resource of type "WAVE" of a module. 0 (outputs
+ * untouched) when it cannot be found or loaded. */
+MEDIAKIT_API int MEDIAKIT_CALL wav_GetWaveForResource(HMODULE module, LPCSTR name,
+                                                      const WAVEFORMATEX** format,
+                                                      DWORD* sampleLength, BYTE** data,
+                                                      DWORD* dataSize);
+/* Opens a WAVE file into a record (closing what the record held). load != 0: the data is
+ * read into lpData and the file closed; load == 0: hFile stays open at the first data byte.
+ * On failure (0) the record is all zero. The host checks lpFormat and dwDataSize. */
+MEDIAKIT_API int MEDIAKIT_CALL wav_OpenWaveForFile(LPCSTR path, WaveForFile* record, int load);
+/* Releases what the record holds and zeroes it; safe on an all-zero record. */
+MEDIAKIT_API void MEDIAKIT_CALL wav_CloseWaveForFile(WaveForFile* record);
+
+/* ---- ACM decoding and codec drivers ------------------------------------------------- */
+
+/* Opens the process's one conversion from source to the PCM format the ACM suggests,
+ * written to target (18 bytes); *targetBytes receives the output size to allocate. Ends
+ * any conversion still open. 0 (conversion closed) on failure. */
+MEDIAKIT_API int MEDIAKIT_CALL acm_BeginDecode(const WAVEFORMATEX* source, DWORD sampleLength,
+                                               DWORD sourceBytes, WAVEFORMATEX* target,
+                                               DWORD* targetBytes);
+/* Converts the whole source buffer (whole blocks only) into target. 0 (conversion closed)
+ * on failure. */
+MEDIAKIT_API int MEDIAKIT_CALL acm_Decode(const BYTE* source, BYTE* target);
+/* Ends the conversion; does nothing when none is open. */
+MEDIAKIT_API void MEDIAKIT_CALL acm_EndDecode(void);
+/* Loads a driver file and installs its entry function procName as a driver local to the
+ * process. 0 on failure, with the entry all zero and the file unloaded. */
+MEDIAKIT_API int MEDIAKIT_CALL acm_AddDriver(LPCSTR path, LPCSTR procName, AcmDriverEntry* entry);
+/* Removes the driver, then unloads its file, and zeroes the entry. */
+MEDIAKIT_API void MEDIAKIT_CALL acm_RemoveDriver(AcmDriverEntry* entry);
+/* Installs every "*.acm" file of the directory of path (the file name is ignored), after
+ * removing the drivers of an earlier scan. 0 when nothing matches. */
+MEDIAKIT_API int MEDIAKIT_CALL acm_ScanDrivers(LPCSTR path, LPCSTR procName);
+/* Removes the drivers of the last scan. */
+MEDIAKIT_API void MEDIAKIT_CALL acm_FreeDrivers(void);
 
 #ifdef __cplusplus
 }

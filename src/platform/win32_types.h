@@ -5,6 +5,8 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+#include <mmsystem.h>
+#include <mmreg.h>
 #else
 #include <cstdint>
 
@@ -63,8 +65,26 @@ typedef struct tagRECT {
     LONG bottom;
 } RECT;
 
+typedef int64_t LONGLONG;
+typedef struct HINSTANCE__* HINSTANCE;
+typedef HINSTANCE HMODULE;
+typedef struct HACMDRIVERID__* HACMDRIVERID;
+
+#pragma pack(push, 1)
+typedef struct tWAVEFORMATEX {
+    WORD wFormatTag;
+    WORD nChannels;
+    DWORD nSamplesPerSec;
+    DWORD nAvgBytesPerSec;
+    WORD nBlockAlign;
+    WORD wBitsPerSample;
+    WORD cbSize;
+} WAVEFORMATEX;
+#pragma pack(pop)
+
 #define WINAPI
 #define SRCCOPY 0x00CC0020
+#define WAVE_FORMAT_PCM 1
 
 #define BI_RGB 0
 #define DIB_RGB_COLORS 0
@@ -76,3 +96,4 @@ typedef struct tagRECT {
 static_assert(sizeof(BITMAPFILEHEADER) == 14, "BITMAPFILEHEADER is 14 packed bytes");
 static_assert(sizeof(BITMAPINFOHEADER) == 40, "BITMAPINFOHEADER is 40 bytes");
 static_assert(sizeof(RGBQUAD) == 4, "RGBQUAD is 4 bytes");
+static_assert(sizeof(WAVEFORMATEX) == 18, "WAVEFORMATEX is 18 packed bytes");

@@ -128,4 +128,45 @@ TEST(Dll, EntryPointsRunOnAStackAlignedToFourBytes) {
     }
 }
 
+TEST(Dll, AudioAndFileEntryPointsRunOnAStackAlignedToFourBytes) {
+    auto call = [](auto fn, std::initializer_list<uint32_t> args, int offset) {
+        std::vector<uint32_t> a(args);
+        return call_with_stack_at(reinterpret_cast<const void*>(fn), a.data(), int(a.size()), offset);
+    };
+    // A RIFF image of one 8-bit mu-law "fmt " chunk (18 bytes) and 4 bytes of data.
+    const uint8_t image[] = {'R', 'I', 'F', 'F', 42, 0, 0, 0, 'W', 'A', 'V', 'E', 'f', 'm', 't', ' ', 18, 0, 0, 0,
+                             7,   0,   1,   0,   0x40, 0x1F, 0, 0, 0x40, 0x1F, 0, 0, 1, 0, 8, 0, 0, 0,
+                             'd', 'a', 't', 'a', 4, 0, 0, 0, 0xFF, 0x80, 0x00, 0x7F};
+    for (int offset : {4, 8, 12, 0}) {
+        SCOPED_TRACE(offset);
+        WAVEFORMATEX pcm{};
+        call(&wav_SetWaveFormat, {2, 16, 44100, uint32_t(&pcm)}, offset);
+        EXPECT_EQ(pcm.nAvgBytesPerSec, 176400u);
+
+        const WAVEFORMATEX* format = nullptr;
+        BYTE* data = nullptr;
+        DWORD size = 0, fact = 0;
+        EXPECT_EQ(call(&wav_ParseWaveResource, {uint32_t(image), uint32_t(&format), uint32_t(&fact), uint32_t(&data),
+                                                uint32_t(&size)}, offset), 1u);
+        ASSERT_EQ(size, 4u);
+
+        WAVEFORMATEX target;
+        DWORD bytes = 0;
+        EXPECT_EQ(call(&acm_BeginDecode, {uint32_t(format), 4, 4, uint32_t(&target), uint32_t(&bytes)}, offset), 1u);
+        std::vector<BYTE> out(bytes);
+        EXPECT_EQ(call(&acm_Decode, {uint32_t(data), uint32_t(out.data())}, offset), 1u);
+        call(&acm_EndDecode, {}, offset);
+        EXPECT_EQ(bytes, 8u);
+
+        int value = 5;
+        EXPECT_EQ(call(&GetPrivateProfileNumber, {uint32_t("s"), uint32_t("k"), uint32_t(&value),
+                                                  uint32_t("Z:\\no\\such\\file.ini")}, offset), 1u);
+        EXPECT_EQ(value, 0);
+        WaveForFile record{};
+        EXPECT_EQ(call(&wav_OpenWaveForFile, {uint32_t(MK_DLL_PATH), uint32_t(&record), 1}, offset), 0u);
+        call(&wav_CloseWaveForFile, {uint32_t(&record)}, offset);
+        call(&RegError, {uint32_t("")}, offset);
+    }
+}
+
 }  // namespace
