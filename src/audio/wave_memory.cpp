@@ -58,12 +58,3 @@ extern "C" void MEDIAKIT_CALL wav_SetWaveFormat(WORD channels, WORD bitsPerSampl
     format->cbSize = 0;
 }
 
-extern "C" int MEDIAKIT_CALL wav_ParseWaveResource(const void* image, const WAVEFORMATEX** format,
-                                                   DWORD* sampleLength, BYTE** data, DWORD* dataSize) {
-    WaveImageOutputs out{format, sampleLength, data, dataSize};
-    if (!image) {
-        parse_wave_image(nullptr, 0, out);  // zeroes the outputs, finds no signature
-        return 0;
-    }
-    return parse_wave_image(static_cast<const uint8_t*>(image), kUnboundedImage, out);
-}

@@ -16,9 +16,6 @@ struct WaveImageOutputs {
     DWORD* data_size;
 };
 
-/// An image whose length is not known: the walk trusts riffSize and the chunk sizes.
-constexpr uint64_t kUnboundedImage = UINT64_MAX;
-
 /// Zeroes the outputs, then walks the chunks of the image up to 8 + riffSize, reading no
 /// byte at or past `length`. 0 for a missing "RIFF"/"WAVE" signature or a "fmt " chunk
 /// shorter than 14 bytes while a format is still wanted; otherwise 1, found or not.

@@ -7,6 +7,7 @@
 #include "audio/wave_memory.h"
 #include "mediakit.h"
 #include "platform/file_calls.h"
+#include "platform/memory_extent.h"
 #include "platform/wave_calls.h"
 
 namespace mediakit {
@@ -35,6 +36,15 @@ private:
 }  // namespace mediakit
 
 using namespace mediakit;
+
+extern "C" int MEDIAKIT_CALL wav_ParseWaveResource(const void* image, const WAVEFORMATEX** format,
+                                                   DWORD* sampleLength, BYTE** data, DWORD* dataSize) {
+    WaveImageOutputs out{format, sampleLength, data, dataSize};
+    // No length comes with the image: the walk reads no further than the memory it lies in,
+    // so sizes that lie end the walk instead of reading past it.
+    size_t length = image ? readable_extent(image, SIZE_MAX) : 0;
+    return parse_wave_image(static_cast<const uint8_t*>(image), length, out);
+}
 
 extern "C" int MEDIAKIT_CALL wav_GetWaveForResource(HMODULE module, LPCSTR name, const WAVEFORMATEX** format,
                                                     DWORD* sampleLength, BYTE** data, DWORD* dataSize) {

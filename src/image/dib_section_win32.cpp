@@ -7,6 +7,7 @@
 #include "image/bitmap_record.h"
 #include "image/bmp_memory.h"
 #include "platform/image_calls.h"
+#include "platform/memory_extent.h"
 
 namespace mediakit {
 namespace {
@@ -45,26 +46,6 @@ int64_t section_bytes(HBITMAP section) {
     DIBSECTION ds;
     if (image_calls().GetObjectA(section, sizeof ds, &ds) != sizeof ds) return 0;
     return static_cast<int64_t>(ds.dsBm.bmWidthBytes) * ds.dsBm.bmHeight;
-}
-
-// How many bytes from p on can be read: the committed, readable pages that follow one
-// another from p, up to kMaxImageBytes.
-size_t readable_extent(const void* p) {
-    const ImageCalls& sys = image_calls();
-    const DWORD readable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READ |
-                           PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
-    auto start = reinterpret_cast<uintptr_t>(p);
-    uintptr_t at = start;
-    while (at - start < kMaxImageBytes) {
-        MEMORY_BASIC_INFORMATION mbi;
-        if (sys.VirtualQuery(reinterpret_cast<void*>(at), &mbi, sizeof mbi) != sizeof mbi) break;
-        if (mbi.State != MEM_COMMIT || !(mbi.Protect & readable) || (mbi.Protect & PAGE_GUARD))
-            break;
-        uintptr_t end = reinterpret_cast<uintptr_t>(mbi.BaseAddress) + mbi.RegionSize;
-        if (end <= at) break;  // the top of the address space
-        at = end;
-    }
-    return static_cast<size_t>(std::min<uint64_t>(at - start, kMaxImageBytes));
 }
 
 struct FreeDeleter {
@@ -169,7 +150,7 @@ extern "C" BOOL MEDIAKIT_CALL LoadDIBSectionIndirect(HDC hdc, const void* image,
         return 0;
     }
     // No length comes with the image: read no further than the memory it lies in.
-    return load_dib_image(hdc, static_cast<const uint8_t*>(image), readable_extent(image), bd);
+    return load_dib_image(hdc, static_cast<const uint8_t*>(image), readable_extent(image, kMaxImageBytes), bd);
 }
 
 extern "C" BOOL MEDIAKIT_CALL LoadDIBSection(HDC hdc, LPCSTR fileName, BitmapData* bd) {

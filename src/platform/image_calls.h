@@ -1,5 +1,5 @@
 // The system calls of the image buffers: DIB sections and device contexts, bitmap
-// resources, the error message box, memory extents and whole-file reads.
+// resources, the error message box and whole-file reads.
 #pragma once
 
 #include <windows.h>
@@ -19,7 +19,6 @@ struct ImageCalls {
     DWORD(WINAPI* FormatMessageA)(DWORD, LPCVOID, DWORD, DWORD, LPSTR, DWORD, va_list*);
     HLOCAL(WINAPI* LocalFree)(HLOCAL);
     int(WINAPI* MessageBoxA)(HWND, LPCSTR, LPCSTR, UINT);
-    SIZE_T(WINAPI* VirtualQuery)(LPCVOID, PMEMORY_BASIC_INFORMATION, SIZE_T);
     HANDLE(WINAPI* CreateFileA)(LPCSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE);
     BOOL(WINAPI* GetFileSizeEx)(HANDLE, PLARGE_INTEGER);
     BOOL(WINAPI* ReadFile)(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED);

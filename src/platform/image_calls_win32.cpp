@@ -9,7 +9,7 @@ const ImageCalls kSystem = {
     ::CreateDIBSection, ::CreateCompatibleDC, ::SelectObject, ::DeleteDC,
     ::DeleteObject,     ::GetObjectA,         ::LoadImageA,   ::GetModuleHandleA,
     ::GetLastError,     ::FormatMessageA,     ::LocalFree,    ::MessageBoxA,
-    ::VirtualQuery,     ::CreateFileA,        ::GetFileSizeEx, ::ReadFile,
+    ::CreateFileA,        ::GetFileSizeEx, ::ReadFile,
     ::CloseHandle,
 };
 CallTable<ImageCalls> table(&kSystem);

@@ -9,7 +9,8 @@
 
 namespace {
 
-using mediakit::kUnboundedImage;
+// A length larger than any image: the walk trusts riffSize and the chunk sizes.
+constexpr uint64_t kUnboundedImage = UINT64_MAX;
 using mediakit::parse_wave_image;
 using mktest::body_with_u32;
 using mktest::format_body;

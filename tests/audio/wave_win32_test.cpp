@@ -111,6 +111,23 @@ TEST_F(WaveFileTest, SoxFilesReadAlikeFromFileAndMemory) {
     }
 }
 
+// An image handed over without a length whose sizes claim far more than there is: the walk
+// stops where readable memory ends and keeps what it found before.
+TEST(WaveImage, LyingSizesStopAtTheEndOfReadableMemory) {
+    std::vector<uint8_t> bytes = mktest::read_file(sox_file("ima_mono.wav"));
+    bytes.resize(56);  // "RIFF", "WAVE", "fmt ", "fact", and half of the "data" header
+    mktest::GuardedBuffer image(bytes.size());
+    std::memcpy(image.data(), bytes.data(), bytes.size());
+    const WAVEFORMATEX* format = nullptr;
+    BYTE* data = nullptr;
+    DWORD size = 1, fact = 1;
+    ASSERT_EQ(wav_ParseWaveResource(image.data(), &format, &fact, &data, &size), 1);
+    EXPECT_EQ(reinterpret_cast<const uint8_t*>(format), image.data() + 20);
+    EXPECT_EQ(fact, mktest::read_u32le_at(bytes, 48));
+    EXPECT_EQ(data, nullptr);
+    EXPECT_EQ(size, 0u);
+}
+
 TEST(WaveResource, FoundByNameAndByIdentifier) {
     std::vector<uint8_t> file = mktest::read_file(sox_file("ima_mono.wav"));
     const LPCSTR names[] = {"chime", "CHIME", MAKEINTRESOURCEA(101)};
