@@ -44,11 +44,23 @@ __m256i delta_high_product(__m256i a, __m256i b, __m256i w) {
     return _mm256_and_si256(high, _mm256_set1_epi16(0xFF));
 }
 
-// The four operations; see the SSE2 kernels for the identities behind each weight.
+// Alpha blit at full strength, on both paths: weight m itself, d + ((s − d) × m >> 8). On
+// the mmx path strengths 255 and 256 give f = 256 and (mc × 256) >> 8 = mc; on the per-pixel
+// path strength 256 is this rule as written.
+struct AlphaFull {
+    static constexpr bool kSkipZeroMask = true;
+    __m256i weight_bytes(__m256i m) const { return m; }
+    __m256i weight(__m256i m) const { return m; }
+    __m256i delta(__m256i a, __m256i b, __m256i w) const { return delta_low_product(a, b, w); }
+    uint8_t scalar(int32_t a, int32_t b, int32_t m) const { return mix_floor(a, b, m); }
+};
+
+// The operations; see the SSE2 kernels for the identities behind each weight.
 struct AlphaMmx {
     static constexpr bool kSkipZeroMask = true;
     explicit AlphaMmx(int32_t strength)
         : f(mask_alpha_mmx_factor(strength)), lanes(_mm256_set1_epi16(static_cast<short>(f))) {}
+    __m256i weight_bytes(__m256i m) const { return m; }
     __m256i weight(__m256i m) const { return _mm256_srli_epi16(_mm256_mullo_epi16(m, lanes), 8); }
     __m256i delta(__m256i a, __m256i b, __m256i w) const { return delta_low_product(a, b, w); }
     uint8_t scalar(int32_t a, int32_t b, int32_t m) const { return mix_floor(a, b, mask_alpha_mmx_weight(m, f)); }
@@ -59,6 +71,7 @@ struct AlphaMmx {
 struct AlphaPixel {
     static constexpr bool kSkipZeroMask = true;
     explicit AlphaPixel(int32_t k_) : k(k_), lanes(_mm256_set1_epi16(static_cast<short>(k_))) {}
+    __m256i weight_bytes(__m256i m) const { return m; }
     __m256i weight(__m256i m) const { return _mm256_mullo_epi16(m, lanes); }
     __m256i delta(__m256i a, __m256i b, __m256i w) const { return delta_high_product(a, b, w); }
     uint8_t scalar(int32_t a, int32_t b, int32_t m) const { return mask_alpha_pixel_channel(a, b, m, k); }
@@ -68,21 +81,30 @@ struct AlphaPixel {
 
 struct TimeMmx {
     static constexpr bool kSkipZeroMask = false;
-    explicit TimeMmx(int32_t t_) : t(t_), lanes(_mm256_set1_epi16(static_cast<short>(t_))) {}
-    __m256i weight(__m256i m) const {
-        __m256i a = _mm256_subs_epi16(lanes, m);
-        return _mm256_min_epi16(_mm256_max_epi16(a, _mm256_setzero_si256()), _mm256_set1_epi16(255));
+    // With u the low 16 bits of t as a signed number, the weight clamp(u − mc, 0, 255) is,
+    // in unsigned saturating bytes (⊖): for u ≤ 255, max(u, 0) ⊖ mc; for u > 255, where
+    // u − mc > 0 always, 255 − (mc ⊖ L) with L = u − 255 held at 255.
+    explicit TimeMmx(int32_t t_) : t(t_) {
+        const int32_t u = static_cast<int16_t>(t_);
+        rising = u <= 255;
+        level = _mm256_set1_epi8(static_cast<char>(rising ? (u < 0 ? 0 : u) : (u - 255 > 255 ? 255 : u - 255)));
     }
+    __m256i weight_bytes(__m256i m) const {
+        return rising ? _mm256_subs_epu8(level, m) : _mm256_xor_si256(_mm256_subs_epu8(m, level), _mm256_set1_epi8(-1));
+    }
+    __m256i weight(__m256i m) const { return m; }
     __m256i delta(__m256i a, __m256i b, __m256i w) const { return delta_low_product(a, b, w); }
     uint8_t scalar(int32_t a, int32_t b, int32_t m) const { return mix_floor(a, b, mask_time_mmx_weight(t, m)); }
     int32_t t;
-    __m256i lanes;
+    bool rising;
+    __m256i level;
 };
 
 struct TimePixel {
     static constexpr bool kSkipZeroMask = false;
     explicit TimePixel(int32_t t_)
         : t(t_), lanes(_mm256_set1_epi16(static_cast<short>(t_ < -1 ? -1 : t_ > 511 ? 511 : t_))) {}
+    __m256i weight_bytes(__m256i m) const { return m; }
     __m256i weight(__m256i m) const {
         __m256i a = _mm256_sub_epi16(lanes, m);
         return _mm256_min_epi16(_mm256_max_epi16(a, _mm256_setzero_si256()), _mm256_set1_epi16(256));
@@ -97,6 +119,7 @@ struct TimePixel {
 template <class Op>
 __m256i blend32(const Op& op, __m256i a, __m256i b, __m256i mbytes) {
     const __m256i zero = _mm256_setzero_si256();
+    mbytes = op.weight_bytes(mbytes);
     __m256i lo = op.delta(_mm256_unpacklo_epi8(a, zero), _mm256_unpacklo_epi8(b, zero),
                           op.weight(_mm256_unpacklo_epi8(mbytes, zero)));
     __m256i hi = op.delta(_mm256_unpackhi_epi8(a, zero), _mm256_unpackhi_epi8(b, zero),
@@ -232,11 +255,17 @@ void pixel_rows_any_mask(const MaskRows& r, const Planes& p, const Op& op) {
 }  // namespace
 
 void mask_alpha_pixel_avx2(const MaskRows& r, int32_t k) {
-    pixel_rows_any_mask(r, alpha_planes(r), AlphaPixel(k));
+    if (k == 256)
+        pixel_rows_any_mask(r, alpha_planes(r), AlphaFull());
+    else
+        pixel_rows_any_mask(r, alpha_planes(r), AlphaPixel(k));
 }
 
 void mask_alpha_mmx_avx2(const MaskRows& r, int32_t strength) {
-    channel_rows(alpha_planes(r), AlphaMmx(strength));
+    if (mask_alpha_mmx_factor(strength) == 256)
+        channel_rows(alpha_planes(r), AlphaFull());
+    else
+        channel_rows(alpha_planes(r), AlphaMmx(strength));
     _mm256_zeroupper();
 }
 

@@ -35,12 +35,26 @@ __m128i delta_high_product(__m128i a, __m128i b, __m128i w) {
     return _mm_and_si128(high, _mm_set1_epi16(0xFF));
 }
 
-// The operations, each with its lane weight, its lane delta and its scalar rule.
+// The operations. Each turns mask bytes into weights (weight_bytes where the weight fits a
+// byte, then weight on 16-bit lanes), has its lane delta, and its scalar rule for the ends
+// of rows.
 //
+// Alpha blit at full strength, on both paths: weight m itself, d + ((s − d) × m >> 8). On
+// the mmx path strengths 255 and 256 give f = 256 and (mc × 256) >> 8 = mc; on the per-pixel
+// path strength 256 is this rule as written.
+struct AlphaFull {
+    static constexpr bool kSkipZeroMask = true;
+    __m128i weight_bytes(__m128i m) const { return m; }
+    __m128i weight(__m128i m) const { return m; }
+    __m128i delta(__m128i a, __m128i b, __m128i w) const { return delta_low_product(a, b, w); }
+    uint8_t scalar(int32_t a, int32_t b, int32_t m) const { return mix_floor(a, b, m); }
+};
+
 // Alpha blit, mmx path: weight (mc × f) >> 8 on 16 bits; d + ((s − d) × weight >> 8).
 struct AlphaMmx {
     static constexpr bool kSkipZeroMask = true;  // a zero mask leaves the destination as it is
     explicit AlphaMmx(int32_t strength) : f(mask_alpha_mmx_factor(strength)), lanes(_mm_set1_epi16(static_cast<short>(f))) {}
+    __m128i weight_bytes(__m128i m) const { return m; }
     __m128i weight(__m128i m) const { return _mm_srli_epi16(_mm_mullo_epi16(m, lanes), 8); }
     __m128i delta(__m128i a, __m128i b, __m128i w) const { return delta_low_product(a, b, w); }
     uint8_t scalar(int32_t a, int32_t b, int32_t m) const { return mix_floor(a, b, mask_alpha_mmx_weight(m, f)); }
@@ -53,6 +67,7 @@ struct AlphaMmx {
 struct AlphaPixel {
     static constexpr bool kSkipZeroMask = true;
     explicit AlphaPixel(int32_t k_) : k(k_), lanes(_mm_set1_epi16(static_cast<short>(k_))) {}
+    __m128i weight_bytes(__m128i m) const { return m; }
     __m128i weight(__m128i m) const { return _mm_mullo_epi16(m, lanes); }
     __m128i delta(__m128i a, __m128i b, __m128i w) const { return delta_high_product(a, b, w); }
     uint8_t scalar(int32_t a, int32_t b, int32_t m) const { return mask_alpha_pixel_channel(a, b, m, k); }
@@ -64,15 +79,23 @@ struct AlphaPixel {
 // held to 0..255; p + ((q − p) × weight >> 8).
 struct TimeMmx {
     static constexpr bool kSkipZeroMask = false;
-    explicit TimeMmx(int32_t t_) : t(t_), lanes(_mm_set1_epi16(static_cast<short>(t_))) {}
-    __m128i weight(__m128i m) const {
-        __m128i a = _mm_subs_epi16(lanes, m);
-        return _mm_min_epi16(_mm_max_epi16(a, _mm_setzero_si128()), _mm_set1_epi16(255));
+    // With u the low 16 bits of t as a signed number, the weight clamp(u − mc, 0, 255) is,
+    // in unsigned saturating bytes (⊖): for u ≤ 255, max(u, 0) ⊖ mc; for u > 255, where
+    // u − mc > 0 always, 255 − (mc ⊖ L) with L = u − 255 held at 255.
+    explicit TimeMmx(int32_t t_) : t(t_) {
+        const int32_t u = static_cast<int16_t>(t_);
+        rising = u <= 255;
+        level = _mm_set1_epi8(static_cast<char>(rising ? (u < 0 ? 0 : u) : (u - 255 > 255 ? 255 : u - 255)));
     }
+    __m128i weight_bytes(__m128i m) const {
+        return rising ? _mm_subs_epu8(level, m) : _mm_xor_si128(_mm_subs_epu8(m, level), _mm_set1_epi8(-1));
+    }
+    __m128i weight(__m128i m) const { return m; }
     __m128i delta(__m128i a, __m128i b, __m128i w) const { return delta_low_product(a, b, w); }
     uint8_t scalar(int32_t a, int32_t b, int32_t m) const { return mix_floor(a, b, mask_time_mmx_weight(t, m)); }
     int32_t t;
-    __m128i lanes;
+    bool rising;
+    __m128i level;
 };
 
 // Transition, per-pixel path: weight t − m held to 0..256 (0 keeps p, 256 gives q exactly).
@@ -82,6 +105,7 @@ struct TimePixel {
     static constexpr bool kSkipZeroMask = false;
     explicit TimePixel(int32_t t_)
         : t(t_), lanes(_mm_set1_epi16(static_cast<short>(t_ < -1 ? -1 : t_ > 511 ? 511 : t_))) {}
+    __m128i weight_bytes(__m128i m) const { return m; }
     __m128i weight(__m128i m) const {
         __m128i a = _mm_sub_epi16(lanes, m);
         return _mm_min_epi16(_mm_max_epi16(a, _mm_setzero_si128()), _mm_set1_epi16(256));
@@ -132,8 +156,9 @@ void channel_rows(const Planes& p, const Op& op) {
         for (; i + 16 <= n; i += 16) {
             __m128i mv = load(m + i);
             if (Op::kSkipZeroMask && _mm_movemask_epi8(_mm_cmpeq_epi8(mv, zero)) == 0xFFFF) continue;
-            __m128i w_lo = op.weight(_mm_unpacklo_epi8(mv, zero));
-            __m128i w_hi = op.weight(_mm_unpackhi_epi8(mv, zero));
+            __m128i wv = op.weight_bytes(mv);
+            __m128i w_lo = op.weight(_mm_unpacklo_epi8(wv, zero));
+            __m128i w_hi = op.weight(_mm_unpackhi_epi8(wv, zero));
             store(out + i, blend16(op, load(a + i), load(b + i), w_lo, w_hi));
         }
         for (; i < n; ++i) out[i] = op.scalar(a[i], b[i], m[i]);
@@ -219,11 +244,17 @@ void pixel_rows_any_mask(const MaskRows& r, const Planes& p, const Op& op) {
 }  // namespace
 
 void mask_alpha_pixel_sse2(const MaskRows& r, int32_t k) {
-    pixel_rows_any_mask(r, alpha_planes(r), AlphaPixel(k));
+    if (k == 256)
+        pixel_rows_any_mask(r, alpha_planes(r), AlphaFull());
+    else
+        pixel_rows_any_mask(r, alpha_planes(r), AlphaPixel(k));
 }
 
 void mask_alpha_mmx_sse2(const MaskRows& r, int32_t strength) {
-    channel_rows(alpha_planes(r), AlphaMmx(strength));
+    if (mask_alpha_mmx_factor(strength) == 256)
+        channel_rows(alpha_planes(r), AlphaFull());
+    else
+        channel_rows(alpha_planes(r), AlphaMmx(strength));
 }
 
 void mask_time_pixel_sse2(const MaskRows& r, int32_t t) {

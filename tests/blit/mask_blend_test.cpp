@@ -37,12 +37,12 @@ void run(Kind kind, int level, const MaskRows& rows, int32_t value) {
 // the transition, and values outside the contract (the 16-bit word of the mmx paths).
 int32_t pick_value(Kind kind, Rng& rng) {
     static const int32_t kStrengths[] = {1, 2, 127, 128, 254, 255, 256};
-    static const int32_t kOdd[] = {-1, 257, 65535, 65791, -65281, INT32_MIN, INT32_MAX};
+    static const int32_t kOdd[] = {-1, 257, 65535, 65791, 65792, -65281, INT32_MIN, INT32_MAX};
     static const int32_t kTimes[] = {INT32_MIN, -40000, -32769, -256, -1, 0, 1, 128, 255, 256,
                                      257, 300, 510, 511, 512, 767, 32768, 70000};
     if (is_time(kind))
         return rng.range(0, 2) ? kTimes[rng.range(0, 17)] : rng.range(-300, 800);
-    if (kind == Kind::kAlphaMmx && rng.range(0, 4) == 0) return kOdd[rng.range(0, 6)];
+    if (kind == Kind::kAlphaMmx && rng.range(0, 4) == 0) return kOdd[rng.range(0, 7)];
     return rng.range(0, 1) ? kStrengths[rng.range(0, 6)] : rng.range(1, 256);
 }
 

@@ -162,11 +162,11 @@ void model_time(HeapImage& dst, HeapImage& src1, HeapImage& src2, HeapImage& mas
 
 // Mask values lean to 0, 255 and the time itself, where the transition turns.
 void fill_mask_near(Rng& rng, HeapImage& mask, int t) {
-    const int near = std::min(258, std::max(-3, t));
+    const int centre = std::min(258, std::max(-3, t));
     for (size_t i = 0; i < mask.bytes(); ++i) {
         int r = rng.range(0, 3);
         mask.bits()[i] = r == 0 ? rng.biased_byte() : r == 1 ? rng.byte()
-                                                          : static_cast<uint8_t>(std::min(255, std::max(0, near + rng.range(-3, 3))));
+                                                          : static_cast<uint8_t>(std::min(255, std::max(0, centre + rng.range(-3, 3))));
     }
 }
 
