@@ -215,14 +215,8 @@ TEST_P(MaskBlits, TransitionOverItsFirstSourceEqualsASeparateCopy) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(AllLevels, MaskBlits,
-                         testing::Values(SimdLevel::kScalar, SimdLevel::kSse2, SimdLevel::kAvx2),
-                         [](const auto& p) { return mediakit::simd_level_name(p.param); });
-
 // One pixel of each blit through a 24-bit mask, on each path. The per-pixel path takes the
 // mask's first byte for all three channels, the MMX path each channel's own byte.
-class MaskBlitValues : public MaskBlits {};
-
 struct OnePixel {
     explicit OnePixel(const uint8_t (&m)[3], int first, int second) : dst(1, 1), src(1, 1), src2(1, 1), mask(1, 1) {
         std::memset(dst.bits(), first, 3);
@@ -234,7 +228,7 @@ struct OnePixel {
     HeapImage dst, src, src2, mask;
 };
 
-TEST_P(MaskBlitValues, AlphaBlit) {
+TEST_P(MaskBlits, OnePixelOfTheAlphaBlit) {
     struct Row {
         int d, s;
         uint8_t mask[3];
@@ -261,7 +255,7 @@ TEST_P(MaskBlitValues, AlphaBlit) {
     }
 }
 
-TEST_P(MaskBlitValues, Transition) {
+TEST_P(MaskBlits, OnePixelOfTheTransition) {
     struct Row {
         int t;
         uint8_t mask[3];
@@ -294,7 +288,7 @@ TEST_P(MaskBlitValues, Transition) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(AllLevels, MaskBlitValues,
+INSTANTIATE_TEST_SUITE_P(AllLevels, MaskBlits,
                          testing::Values(SimdLevel::kScalar, SimdLevel::kSse2, SimdLevel::kAvx2),
                          [](const auto& p) { return mediakit::simd_level_name(p.param); });
 
