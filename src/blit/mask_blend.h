@@ -58,12 +58,12 @@ MaskTimeFn mask_time_mmx_kernel(int level);
 /// then copies it.
 constexpr int32_t kMaskTimeEnd = 511;
 
-// ---- The per-channel arithmetic, shared by the references and the kernels' scalar tails.
-
 /// Copies an 8-bit source's n indices as the 24-bit colours of its palette.
 void expand_palette_row(const uint8_t* indices, int n, const RGBQUAD* palette, uint8_t* out);
 
-/// Per-pixel masked blend of one channel at strength k, mask byte m (m ≠ 0):
+// ---- The per-channel arithmetic, shared by the references and the kernels' scalar tails.
+
+/// Per-pixel masked blend of one channel at strength k, mask byte m (m = 0 leaves d):
 ///   k = 256: d + (((s − d) × m) >> 8)
 ///   else:    d + (((s − d) × m × k) >> 16)
 /// signed 32-bit products that wrap, flooring shifts, the low byte kept. For 0 ≤ m ≤ 255

@@ -44,6 +44,8 @@ __m256i delta_high_product(__m256i a, __m256i b, __m256i w) {
     return _mm256_and_si256(high, _mm256_set1_epi16(0xFF));
 }
 
+// The operations; see the SSE2 kernels for the identities behind each weight.
+//
 // Alpha blit at full strength, on both paths: weight m itself, d + ((s − d) × m >> 8). On
 // the mmx path strengths 255 and 256 give f = 256 and (mc × 256) >> 8 = mc; on the per-pixel
 // path strength 256 is this rule as written.
@@ -55,7 +57,6 @@ struct AlphaFull {
     uint8_t scalar(int32_t a, int32_t b, int32_t m) const { return mix_floor(a, b, m); }
 };
 
-// The operations; see the SSE2 kernels for the identities behind each weight.
 struct AlphaMmx {
     static constexpr bool kSkipZeroMask = true;
     explicit AlphaMmx(int32_t strength)
