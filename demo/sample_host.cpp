@@ -14,6 +14,7 @@ struct Entry {
 const Entry kScenes[] = {
     {"BMP files and the plain copy", demo::copy_scene},
     {"A compressed sound decoded through the ACM", demo::wave_scene},
+    {"A scene transition through a mask", demo::transition_scene},
 };
 
 }  // namespace

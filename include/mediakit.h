@@ -212,6 +212,30 @@ MEDIAKIT_API void MEDIAKIT_CALL acm_RemoveDriver(AcmDriverEntry* entry);
 MEDIAKIT_API int MEDIAKIT_CALL acm_ScanDrivers(LPCSTR path, LPCSTR procName);
 /* Removes the drivers of the last scan. */
 MEDIAKIT_API void MEDIAKIT_CALL acm_FreeDrivers(void);
+/* ---- Masked alpha blits and the timed transition ----------------------------------- */
+
+/* Blends the w x h rectangle at (sx, sy) of src into (x, y) of dst through the mask at
+ * (mx, my), clipped against all three images. dst is 24-bit; src 24-bit or 8-bit with a
+ * palette; the mask 8- or 24-bit, its values 0..255 weighting the source. strength runs
+ * from 1 to 256 (full); 0 draws nothing. With the MMX paths in use and a 24-bit source and
+ * mask, each channel is weighted by its own mask byte and strength 255 counts as full;
+ * otherwise the mask pixel's first byte weighs all three channels. */
+MEDIAKIT_API void MEDIAKIT_CALL MaskAlphaBlt2(BitmapData* dst, int x, int y, int w, int h,
+                                              const BitmapData* src, int sx, int sy,
+                                              const BitmapData* mask, int mx, int my, int strength);
+/* MaskAlphaBlt2 at strength 256. */
+MEDIAKIT_API void MEDIAKIT_CALL MaskAlphaBlt(BitmapData* dst, int x, int y, int w, int h,
+                                             const BitmapData* src, int sx, int sy,
+                                             const BitmapData* mask, int mx, int my);
+/* One frame of a transition from src1 to src2: a pixel whose mask value is m starts to
+ * turn at time t = m and has turned at t = m + 256, so t from 0 to 511 wipes the whole
+ * picture, dark mask areas first. Every pixel of the clipped rectangle is written; dst may
+ * be src1 itself at the same origin. dst is 24-bit; the sources both 24-bit or both 8-bit
+ * with palettes; the mask 8- or 24-bit. */
+MEDIAKIT_API void MEDIAKIT_CALL MaskTimeAlphaBlt(BitmapData* dst, int x, int y, int w, int h,
+                                                 const BitmapData* src1, int sx1, int sy1,
+                                                 const BitmapData* src2, int sx2, int sy2,
+                                                 const BitmapData* mask, int mx, int my, int t);
 
 #ifdef __cplusplus
 }

@@ -169,4 +169,44 @@ TEST(Dll, AudioAndFileEntryPointsRunOnAStackAlignedToFourBytes) {
     }
 }
 
+// The masked blits reach vector code on both settings of the switch; each call through a
+// 4-byte aligned stack must give what a call from this program's own stack gives.
+TEST(Dll, MaskedBlitsRunOnAStackAlignedToFourBytes) {
+    Image src(1920, 4, 0), src2(1920, 4, 0), mask(1920, 4, 0);
+    for (size_t i = 0; i < src.pixels.size(); ++i) {
+        src.pixels[i] = BYTE(i * 7);
+        src2.pixels[i] = BYTE(i * 13 + 5);
+        mask.pixels[i] = BYTE(i * 3 + i / 5);
+    }
+    const uint32_t d = 0;  // replaced by each destination's address
+    const uint32_t alpha2[] = {d, 0, 0, 1920, 4, uint32_t(&src.bd), 0, 0, uint32_t(&mask.bd), 0, 0, 200};
+    const uint32_t time[] = {d, 0, 0, 1920, 4, uint32_t(&src.bd), 0, 0, uint32_t(&src2.bd), 0, 0,
+                             uint32_t(&mask.bd), 0, 0, 300};
+    for (BOOL mmx : {1, 0}) {
+        SetUsageMMX(mmx);
+        Image alpha_ref(1920, 4, 0x40), time_ref(1920, 4, 0x40), full_ref(1920, 4, 0x40);
+        MaskAlphaBlt2(&alpha_ref.bd, 0, 0, 1920, 4, &src.bd, 0, 0, &mask.bd, 0, 0, 200);
+        MaskAlphaBlt(&full_ref.bd, 0, 0, 1920, 4, &src.bd, 0, 0, &mask.bd, 0, 0);
+        MaskTimeAlphaBlt(&time_ref.bd, 0, 0, 1920, 4, &src.bd, 0, 0, &src2.bd, 0, 0, &mask.bd, 0, 0, 300);
+        for (int offset : {4, 8, 12, 0}) {
+            SCOPED_TRACE(testing::Message() << "offset " << offset << ", MMX " << mmx);
+            Image a(1920, 4, 0x40), f(1920, 4, 0x40), t(1920, 4, 0x40);
+            uint32_t args[15];
+            std::copy(std::begin(alpha2), std::end(alpha2), args);
+            args[0] = uint32_t(&a.bd);
+            call_with_stack_at(reinterpret_cast<const void*>(&MaskAlphaBlt2), args, 12, offset);
+            args[0] = uint32_t(&f.bd);
+            call_with_stack_at(reinterpret_cast<const void*>(&MaskAlphaBlt), args, 11, offset);
+            std::copy(std::begin(time), std::end(time), args);
+            args[0] = uint32_t(&t.bd);
+            call_with_stack_at(reinterpret_cast<const void*>(&MaskTimeAlphaBlt), args, 15, offset);
+            EXPECT_EQ(a.pixels, alpha_ref.pixels);
+            EXPECT_EQ(f.pixels, full_ref.pixels);
+            EXPECT_EQ(t.pixels, time_ref.pixels);
+            EXPECT_NE(t.pixels, Image(1920, 4, 0x40).pixels);
+        }
+    }
+    SetUsageMMX(1);
+}
+
 }  // namespace
