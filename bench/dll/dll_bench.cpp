@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -18,7 +19,12 @@
 namespace mkdllbench {
 
 Image::Image(int w, int h, WORD bits, uint32_t seed) {
-    BufferDIBSection(nullptr, w, h, bits, nullptr, &bd);
+    // Palettised sections take their colours from a device context's palette.
+    static HDC screen = CreateCompatibleDC(nullptr);
+    if (!BufferDIBSection(screen, w, h, bits, nullptr, &bd)) {
+        std::fprintf(stderr, "cannot make a %dx%d %d-bit section\n", w, h, bits);
+        std::exit(1);
+    }
     size_t n = size_t(BytesPerLine(&bd.lpbmi->bmiHeader)) * h;
     uint32_t x = seed * 2654435761u + 1;
     for (size_t i = 0; i < n; ++i) {
