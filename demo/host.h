@@ -38,5 +38,6 @@ using Scene = bool (*)(const Host&);
 bool copy_scene(const Host& host);
 bool wave_scene(const Host& host);
 bool transition_scene(const Host& host);
+bool scale_hsb_scene(const Host& host);
 
 }  // namespace demo

@@ -15,6 +15,7 @@ const Entry kScenes[] = {
     {"BMP files and the plain copy", demo::copy_scene},
     {"A compressed sound decoded through the ACM", demo::wave_scene},
     {"A scene transition through a mask", demo::transition_scene},
+    {"Area-weighted scaling, hue and saturation", demo::scale_hsb_scene},
 };
 
 }  // namespace

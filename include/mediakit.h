@@ -236,6 +236,20 @@ MEDIAKIT_API void MEDIAKIT_CALL MaskTimeAlphaBlt(BitmapData* dst, int x, int y, 
                                                  const BitmapData* src1, int sx1, int sy1,
                                                  const BitmapData* src2, int sx2, int sy2,
                                                  const BitmapData* mask, int mx, int my, int t);
+/* ---- Scaling, hue and saturation --------------------------------------------------- */
+
+/* Draws the sw x sh rectangle at (sx, sy) of src into the w x h rectangle at (x, y) of
+ * dest, each destination pixel the area-weighted average of the source pixels under it
+ * (24-bit images only). The source rectangle must lie inside its image, or nothing is
+ * drawn; destination pixels outside dest are skipped without changing the others. */
+MEDIAKIT_API void MEDIAKIT_CALL BilinearBlt(BitmapData* dest, int x, int y, int w, int h,
+                                            const BitmapData* src, int sx, int sy, int sw, int sh);
+/* Changes the colours of a rectangle of a 24-bit image in place, clipped to the image.
+ * hue (turns of the colour circle) turns each pixel's hue, or with absolute non-zero
+ * replaces hue and saturation; 0 skips that step. saturation in 0..1 strengthens the
+ * colours, in -1..0 weakens them, 0 skips that step. brightness has no effect. */
+MEDIAKIT_API void MEDIAKIT_CALL ReviseHSB(BitmapData* dest, int x, int y, int w, int h, double hue,
+                                          double saturation, double brightness, int absolute);
 
 #ifdef __cplusplus
 }

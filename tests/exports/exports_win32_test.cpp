@@ -209,4 +209,43 @@ TEST(Dll, MaskedBlitsRunOnAStackAlignedToFourBytes) {
     SetUsageMMX(1);
 }
 
+// The scaling blit and the hue and saturation revision reach vector code; ReviseHSB takes
+// three doubles on the stack, each as two 32-bit words, low word first.
+TEST(Dll, ScalingAndHsbRunOnAStackAlignedToFourBytes) {
+    Image src(1920, 9, 0);
+    for (size_t i = 0; i < src.pixels.size(); ++i) src.pixels[i] = BYTE(i * 7 + (i >> 5));
+    Image expected_scaled(640, 3, 0x11);
+    BilinearBlt(&expected_scaled.bd, 0, 0, 640, 3, &src.bd, 0, 0, 1920, 9);
+
+    // Pixel 0 of the bottom row is pure red: turned a third it is green (0, 255, 0), and
+    // weakened by half (43, 171, 43).
+    auto words = [](double d, uint32_t* out) { std::memcpy(out, &d, 8); };
+    Image expected_hsb(300, 4, 0), start(300, 4, 0);
+    for (size_t i = 0; i < start.pixels.size(); ++i) start.pixels[i] = BYTE(i * 13 + (i >> 4));
+    start.pixels[0] = 0, start.pixels[1] = 0, start.pixels[2] = 255;
+    std::copy(start.pixels.begin(), start.pixels.end(), expected_hsb.pixels.begin());
+    ReviseHSB(&expected_hsb.bd, 0, 0, 300, 4, 1.0 / 3, -0.5, 123.0, 0);
+    ASSERT_EQ(expected_hsb.pixels[0], 43);
+    ASSERT_EQ(expected_hsb.pixels[1], 171);
+    ASSERT_EQ(expected_hsb.pixels[2], 43);
+
+    for (int offset : {4, 8, 12, 0}) {
+        SCOPED_TRACE(offset);
+        Image scaled(640, 3, 0x11);
+        const uint32_t blt[] = {uint32_t(&scaled.bd), 0, 0, 640, 3, uint32_t(&src.bd), 0, 0, 1920, 9};
+        call_with_stack_at(reinterpret_cast<const void*>(&BilinearBlt), blt, 10, offset);
+        EXPECT_EQ(scaled.pixels, expected_scaled.pixels);
+
+        Image revised(300, 4, 0);
+        std::copy(start.pixels.begin(), start.pixels.end(), revised.pixels.begin());
+        uint32_t hsb[12] = {uint32_t(&revised.bd), 0, 0, 300, 4};
+        words(1.0 / 3, hsb + 5);
+        words(-0.5, hsb + 7);
+        words(123.0, hsb + 9);
+        hsb[11] = 0;
+        call_with_stack_at(reinterpret_cast<const void*>(&ReviseHSB), hsb, 12, offset);
+        EXPECT_EQ(revised.pixels, expected_hsb.pixels);
+    }
+}
+
 }  // namespace
