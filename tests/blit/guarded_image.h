@@ -1,0 +1,136 @@
+// Test images for the key, blend and fill blits: records whose pixel block lies flush
+// against an inaccessible page, random contents leaning towards the values where the blits
+// branch, and a fixture that runs a test at one vector level and restores the switch.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "blit/cpu.h"
+#include "blit/mmx_switch.h"
+#include "guarded.h"
+#include "image/bitmap_record.h"
+#include "rng.h"
+
+namespace mktest {
+
+/// A record whose pixel block ends at a guard page (or starts right after one), so that any
+/// access past the last row's last byte (or before the first row) faults at once.
+class GuardedImage {
+public:
+    GuardedImage(int width, int height, int bit_count, Rng& rng,
+                 GuardedBuffer::Guard guard = GuardedBuffer::Guard::kAfter,
+                 int palette_entries = -1)
+        : info_(mediakit::info_block_bytes(256)),
+          pixels_(block_bytes(width, height, bit_count), guard) {
+        BITMAPINFOHEADER header{};
+        header.biSize = 40;
+        header.biWidth = width;
+        header.biHeight = height;
+        header.biPlanes = 1;
+        header.biBitCount = static_cast<WORD>(bit_count);
+        if (palette_entries >= 0) header.biClrUsed = static_cast<DWORD>(palette_entries);
+        std::memcpy(info_.data(), &header, sizeof header);
+        bd_.bmfHeader.bfType = mediakit::kBmpMagic;
+        bd_.lpbmi = reinterpret_cast<BITMAPINFO*>(info_.data());
+        bd_.lpBits = pixels_.data();
+        // A quarter of the table entries black, the key colour.
+        for (int i = 0; i < 256; ++i) {
+            RGBQUAD& c = bd_.lpbmi->bmiColors[i];
+            bool black = rng.range(0, 3) == 0;
+            c = {black ? BYTE(0) : rng.biased_byte(), black ? BYTE(0) : rng.biased_byte(),
+                 black ? BYTE(0) : rng.biased_byte(), rng.byte()};
+        }
+        for (size_t i = 0; i < bytes(); ++i) pixels_.data()[i] = rng.biased_byte();
+    }
+
+    BitmapData* record() { return &bd_; }
+    int width() const { return bd_.lpbmi->bmiHeader.biWidth; }
+    int height() const { return bd_.lpbmi->bmiHeader.biHeight; }
+    int bit_count() const { return bd_.lpbmi->bmiHeader.biBitCount; }
+    int stride() const { return BytesPerLine(&bd_.lpbmi->bmiHeader); }
+    size_t bytes() { return pixels_.size(); }
+    /// First byte of pixel (x, y) of an 8-, 24- or 32-bit image, y = 0 being the top row.
+    uint8_t* at(int x, int y) {
+        return bd_.lpBits + static_cast<size_t>(height() - 1 - y) * stride() + x * (bit_count() / 8);
+    }
+    /// The colour of a pixel as the blits read it: its bytes, or its table entry (black
+    /// beyond the record's own table).
+    void colour(int x, int y, uint8_t out[3]) {
+        if (bit_count() != 8) {
+            std::memcpy(out, at(x, y), 3);
+            return;
+        }
+        uint8_t index = *at(x, y);
+        const RGBQUAD& c = bd_.lpbmi->bmiColors[index];
+        bool listed = index < NumOfPalletColors(&bd_.lpbmi->bmiHeader);
+        out[0] = listed ? c.rgbBlue : 0;
+        out[1] = listed ? c.rgbGreen : 0;
+        out[2] = listed ? c.rgbRed : 0;
+    }
+    /// Sets a quarter of the pixels of a 24-bit image to black and an eighth to black but for
+    /// one byte of 1.
+    void sprinkle_black(Rng& rng) {
+        for (int y = 0; y < height(); ++y) {
+            for (int x = 0; x < width(); ++x) {
+                int pick = rng.range(0, 7);
+                if (pick > 2) continue;
+                uint8_t* p = at(x, y);
+                p[0] = p[1] = p[2] = 0;
+                if (pick == 2) p[rng.range(0, 2)] = 1;
+            }
+        }
+    }
+    std::vector<uint8_t> snapshot() { return {pixels_.data(), pixels_.data() + bytes()}; }
+    void restore(const std::vector<uint8_t>& bytes) { std::memcpy(pixels_.data(), bytes.data(), bytes.size()); }
+
+private:
+    static size_t block_bytes(int width, int height, int bit_count) {
+        size_t stride = ((static_cast<size_t>(width) * bit_count + 31) >> 3) & ~size_t(3);
+        return stride * height;
+    }
+    std::vector<uint8_t> info_;
+    GuardedBuffer pixels_;
+    BitmapData bd_{};
+};
+
+/// A strength, key or time leaning towards the edges of its range and beyond.
+inline int edgy(Rng& rng, std::initializer_list<int> edges, int lo, int hi) {
+    if (rng.range(0, 2) == 0) return rng.range(lo, hi);
+    int pick = rng.range(0, static_cast<int>(edges.size()) - 1);
+    return edges.begin()[pick];
+}
+
+/// Runs each test at one vector level (skipped, visibly, when the processor lacks it), with
+/// the MMX switch's processor flag set as the DLL sets it on a processor with MMX.
+class AtSimdLevel : public testing::TestWithParam<mediakit::SimdLevel> {
+protected:
+    void SetUp() override {
+        if (!mediakit::set_simd_level_for_test(GetParam()))
+            GTEST_SKIP() << mediakit::simd_level_name(GetParam()) << " not available";
+        mediakit::g_mmxAvailable = 1;
+    }
+    void TearDown() override {
+        mediakit::set_simd_level_for_test(mediakit::best_simd_level());
+        mediakit::g_mmxAvailable = 1;
+        SetUsageMMX(1);
+    }
+    int level() const { return static_cast<int>(GetParam()); }
+};
+
+inline std::string level_name(const testing::TestParamInfo<mediakit::SimdLevel>& p) {
+    return mediakit::simd_level_name(p.param);
+}
+
+#define MKTEST_ALL_LEVELS(suite)                                                            \
+    INSTANTIATE_TEST_SUITE_P(AllLevels, suite,                                             \
+                             testing::Values(mediakit::SimdLevel::kScalar,                \
+                                             mediakit::SimdLevel::kSse2,                  \
+                                             mediakit::SimdLevel::kAvx2),                 \
+                             mktest::level_name)
+
+}  // namespace mktest
