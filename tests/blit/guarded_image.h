@@ -105,6 +105,18 @@ inline int edgy(Rng& rng, std::initializer_list<int> edges, int lo, int hi) {
     return edges.begin()[pick];
 }
 
+/// An origin in an image of that extent: inside but one time in `odds`, when it lies before
+/// the image (the rectangle overhangs) or at or past its far edge (nothing is drawn).
+inline int random_origin(Rng& rng, int extent, int odds) {
+    if (rng.range(1, odds) > 1) return rng.range(0, extent - 1);
+    return rng.range(0, 1) ? rng.range(-extent - 2, -1) : rng.range(extent, extent + 1);
+}
+
+/// A rectangle extent: mostly 1..most, sometimes 0 or negative.
+inline int random_extent(Rng& rng, int most) {
+    return rng.range(0, 9) == 0 ? rng.range(-2, 0) : rng.range(1, most);
+}
+
 /// Runs each test at one vector level (skipped, visibly, when the processor lacks it), with
 /// the MMX switch's processor flag set as the DLL sets it on a processor with MMX.
 class AtSimdLevel : public testing::TestWithParam<mediakit::SimdLevel> {
