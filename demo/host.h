@@ -36,5 +36,6 @@ struct Host {
 using Scene = bool (*)(const Host&);
 
 bool copy_scene(const Host& host);
+bool key_blend_scene(const Host& host);
 
 }  // namespace demo

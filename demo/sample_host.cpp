@@ -13,6 +13,7 @@ struct Entry {
 
 const Entry kScenes[] = {
     {"BMP files and the plain copy", demo::copy_scene},
+    {"Wipe, cross-fade, keyed sprites, panel and strip", demo::key_blend_scene},
 };
 
 }  // namespace
