@@ -1,6 +1,7 @@
-// Test images for the key, blend and fill blits: records whose pixel block lies flush
-// against an inaccessible page, random contents leaning towards the values where the blits
-// branch, and a fixture that runs a test at one vector level and restores the switch.
+// What the tests of the key, blend and fill blits share: records and rows whose memory lies
+// flush against an inaccessible page, random cases leaning towards the values where the
+// blits branch, a comparison with a pixel model, and a fixture that runs a test at one
+// vector level and restores the switch.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,11 +9,13 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "blit/cpu.h"
 #include "blit/mmx_switch.h"
 #include "guarded.h"
+#include "images.h"
 #include "image/bitmap_record.h"
 #include "rng.h"
 
@@ -96,6 +99,59 @@ private:
     std::vector<uint8_t> info_;
     GuardedBuffer pixels_;
     BitmapData bd_{};
+};
+
+/// Rows of row_bytes bytes, stride apart, random, with the block flush against a guard page
+/// after its last byte or before its first: what a kernel sees of one rectangle.
+struct GuardedRows {
+    GuardedRows(int rows, int row_bytes, int pad, GuardedBuffer::Guard guard, Rng& rng)
+        : stride(row_bytes + pad), buffer(size_t(stride) * (rows - 1) + row_bytes, guard) {
+        for (size_t i = 0; i < buffer.size(); ++i) buffer.data()[i] = rng.biased_byte();
+    }
+    std::vector<uint8_t> bytes() { return {buffer.data(), buffer.data() + buffer.size()}; }
+    ptrdiff_t stride;
+    GuardedBuffer buffer;
+};
+
+/// Every width 1..40 and some large ones around the 16- and 32-pixel groups.
+inline std::vector<int> kernel_widths() {
+    std::vector<int> widths;
+    for (int w = 1; w <= 40; ++w) widths.push_back(w);
+    for (int w : {47, 48, 49, 63, 64, 65, 95, 96, 97, 640, 1921}) widths.push_back(w);
+    return widths;
+}
+
+inline bool inside(GuardedImage& image, int x, int y) {
+    return x >= 0 && y >= 0 && x < image.width() && y < image.height();
+}
+
+/// The mixing rule in 64 bits: a moved towards b by w/256, rounded down, low 8 bits kept.
+inline uint8_t mixed(int a, int b, int w) { return uint8_t(a + ((int64_t(b) - a) * w >> 8)); }
+
+/// An image width: mostly 1..40, now and then up to 300.
+inline int random_width(Rng& rng) { return rng.range(0, 9) == 0 ? rng.range(41, 300) : rng.range(1, 40); }
+
+/// Compares a blit with a model of it: the model draws the expected pixels into dst by image
+/// coordinates, dst is put back, and the blit runs. Counts the cases the model changed.
+class ModelCheck {
+public:
+    template <class Model, class Blit>
+    testing::AssertionResult operator()(GuardedImage& dst, Model model, Blit blit) {
+        std::vector<uint8_t> before = dst.snapshot();
+        model();
+        std::vector<uint8_t> expected = dst.snapshot();
+        changed_ += expected != before;
+        dst.restore(before);
+        blit();
+        std::string diff = first_difference(expected, dst.snapshot().data(), expected.size());
+        if (diff.empty()) return testing::AssertionSuccess();
+        return testing::AssertionFailure() << diff;
+    }
+    /// Whether enough cases drew something for the comparison to mean much.
+    bool drew_enough(int cases) const { return changed_ > cases / 5; }
+
+private:
+    int changed_ = 0;
 };
 
 /// A strength, key or time leaning towards the edges of its range and beyond.
