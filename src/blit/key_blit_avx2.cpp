@@ -19,7 +19,7 @@ struct Params {
 
 // Which bytes of the group get the drawn colour, from the mask.
 template <class T, int kMaskStep>
-void mask_selection(const uint8_t* m, const Params<T>& p, typename T::V sel[3]) {
+MK_ALWAYS_INLINE void mask_selection(const uint8_t* m, const Params<T>& p, typename T::V sel[3]) {
     if (kMaskStep == 1) {
         T::expand_pixels(in_range<T>(T::load(m), p.lo, p.span), sel);
         return;
@@ -34,7 +34,7 @@ void mask_selection(const uint8_t* m, const Params<T>& p, typename T::V sel[3]) 
 
 // Which bytes of the group keep the destination because their pixel is black.
 template <class T>
-void black_selection(const typename T::V s[3], typename T::V keep[3]) {
+MK_ALWAYS_INLINE void black_selection(const typename T::V s[3], typename T::V keep[3]) {
     typename T::V z[4];
     for (int k = 0; k < 3; ++k) z[k] = T::eq(s[k], T::zero());
     z[3] = T::zero();  // the group's last pixel ends inside it
@@ -55,7 +55,7 @@ typename T::V drawn(typename T::V d, typename T::V s, const Params<T>& p) {
 
 // One group of T::kBytes pixels at pixel x of the row.
 template <class T, int kMaskStep, bool kMix>
-void mask_key_group(uint8_t* d, const uint8_t* s, const uint8_t* m, const Params<T>& p) {
+MK_ALWAYS_INLINE void mask_key_group(uint8_t* d, const uint8_t* s, const uint8_t* m, const Params<T>& p) {
     typename T::V sel[3];
     mask_selection<T, kMaskStep>(m, p, sel);
     for (int k = 0; k < 3; ++k) {
@@ -66,7 +66,7 @@ void mask_key_group(uint8_t* d, const uint8_t* s, const uint8_t* m, const Params
 }
 
 template <class T, bool kMix>
-void color_key_group(uint8_t* d, const uint8_t* s, const Params<T>& p) {
+MK_ALWAYS_INLINE void color_key_group(uint8_t* d, const uint8_t* s, const Params<T>& p) {
     typename T::V sv[3], keep[3];
     for (int k = 0; k < 3; ++k) sv[k] = T::load(s + T::kBytes * k);
     black_selection<T>(sv, keep);

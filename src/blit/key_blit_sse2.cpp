@@ -15,7 +15,7 @@ struct Params {
 
 // Which bytes of the group get the drawn colour, from the mask.
 template <int kMaskStep>
-void mask_selection(const uint8_t* m, const Params& p, __m128i sel[3]) {
+MK_ALWAYS_INLINE void mask_selection(const uint8_t* m, const Params& p, __m128i sel[3]) {
     if (kMaskStep == 1) {
         expand_pixels(in_range(load(m), p.lo, p.span), sel);
         return;
@@ -28,7 +28,7 @@ void mask_selection(const uint8_t* m, const Params& p, __m128i sel[3]) {
 }
 
 // Which bytes of the group keep the destination because their pixel is black.
-void black_selection(const __m128i s[3], __m128i keep[3]) {
+MK_ALWAYS_INLINE void black_selection(const __m128i s[3], __m128i keep[3]) {
     const __m128i zero = _mm_setzero_si128();
     __m128i z[4];
     for (int k = 0; k < 3; ++k) z[k] = _mm_cmpeq_epi8(s[k], zero);

@@ -13,6 +13,10 @@
 #include "blit/pixel_math.h"
 #include "image/bitmap_record.h"
 
+/// For the small vector steps of the row kernels: they must melt into their loops, or the
+/// arrays of vectors they pass go through memory.
+#define MK_ALWAYS_INLINE inline __attribute__((always_inline))
+
 namespace mediakit {
 
 /// The mixing rule as the switch path computes it: a and b unpacked to 16-bit lanes,

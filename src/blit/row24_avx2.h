@@ -135,7 +135,7 @@ typename T::V pixel_starts(int k) {
 /// Decisions held at the first byte of each pixel of a group (0 in the other bytes) copied
 /// to the pixel's second and third bytes, which may lie in the next vector.
 template <class T>
-void spread_from_starts(const typename T::V at_start[3], typename T::V out[3]) {
+MK_ALWAYS_INLINE void spread_from_starts(const typename T::V at_start[3], typename T::V out[3]) {
     for (int k = 0; k < 3; ++k) {
         typename T::V prev = k ? at_start[k - 1] : T::zero();
         out[k] = T::or_(at_start[k], T::or_(T::template shift_up<1>(at_start[k], prev),

@@ -67,7 +67,7 @@ static inline __m128i pixel_starts(int k) { return load(kRow24.pixel_start + 16 
 
 /// Decisions held at the first byte of each pixel of a group (0 in the other bytes) copied
 /// to the pixel's second and third bytes, which may lie in the next vector.
-static inline void spread_from_starts(const __m128i at_start[3], __m128i out[3]) {
+static MK_ALWAYS_INLINE void spread_from_starts(const __m128i at_start[3], __m128i out[3]) {
     const __m128i zero = _mm_setzero_si128();
     for (int k = 0; k < 3; ++k) {
         __m128i prev = k ? at_start[k - 1] : zero;
@@ -94,7 +94,7 @@ constexpr ExpandBits make_expand_bits() {
 alignas(16) inline constexpr ExpandBits kExpandBits = make_expand_bits();
 
 /// The byte masks of a group from the 16 selection bytes of its pixels (one per pixel).
-static inline void expand_pixels(__m128i per_pixel, __m128i out[3]) {
+static MK_ALWAYS_INLINE void expand_pixels(__m128i per_pixel, __m128i out[3]) {
     int bits = _mm_movemask_epi8(per_pixel);
     for (int k = 0; k < 3; ++k) out[k] = load(kExpandBits.v[k][(bits >> (5 * k)) & 63]);
 }
