@@ -32,17 +32,17 @@ MK_ALWAYS_INLINE void mask_selection(const uint8_t* m, const Params<T>& p, typen
     spread_from_starts<T>(at_start, sel);
 }
 
-// Which bytes of the group keep the destination because their pixel is black.
+// Which bytes of the group keep the destination because their pixel is black, from the
+// zero bytes of the source.
 template <class T>
-MK_ALWAYS_INLINE void black_selection(const typename T::V s[3], typename T::V keep[3]) {
-    typename T::V z[4];
-    for (int k = 0; k < 3; ++k) z[k] = T::eq(s[k], T::zero());
-    z[3] = T::zero();  // the group's last pixel ends inside it
-    // A pixel is black when its first byte and the two after it are zero.
+MK_ALWAYS_INLINE void black_selection(const typename T::V z[3], typename T::V keep[3]) {
+    // A pixel is black when its first byte and the two after it are zero; the group's last
+    // pixel ends inside it.
     typename T::V at_start[3];
     for (int k = 0; k < 3; ++k) {
-        typename T::V all = T::and_(z[k], T::and_(T::template shift_down<1>(z[k], z[k + 1]),
-                                                  T::template shift_down<2>(z[k], z[k + 1])));
+        typename T::V next = k < 2 ? z[k + 1] : T::zero();
+        typename T::V all = T::and_(z[k], T::and_(T::template shift_down<1>(z[k], next),
+                                                  T::template shift_down<2>(z[k], next)));
         at_start[k] = T::and_(all, pixel_starts<T>(k));
     }
     spread_from_starts<T>(at_start, keep);
@@ -53,27 +53,47 @@ typename T::V drawn(typename T::V d, typename T::V s, const Params<T>& p) {
     return kMix ? mix<T>(d, s, p.weight) : s;
 }
 
-// One group of T::kBytes pixels at pixel x of the row.
+// One group of T::kBytes pixels: the drawn colour where the mask selects, the destination
+// elsewhere. A group with nothing selected is left as it is; a copy of a group selected
+// whole needs no destination.
 template <class T, int kMaskStep, bool kMix>
 MK_ALWAYS_INLINE void mask_key_group(uint8_t* d, const uint8_t* s, const uint8_t* m, const Params<T>& p) {
     typename T::V sel[3];
     mask_selection<T, kMaskStep>(m, p, sel);
+    if (T::bits(T::or_(sel[0], T::or_(sel[1], sel[2]))) == 0) return;
+    bool whole = T::bits(T::and_(sel[0], T::and_(sel[1], sel[2]))) == T::kAllBytes;
     for (int k = 0; k < 3; ++k) {
-        uint8_t* dk = d + T::kBytes * k;
-        typename T::V dv = T::load(dk);
-        T::store(dk, T::select(sel[k], drawn<T, kMix>(dv, T::load(s + T::kBytes * k), p), dv));
+        typename T::V sv = T::load(s + T::kBytes * k);
+        if (whole && !kMix) {
+            T::store(d + T::kBytes * k, sv);
+            continue;
+        }
+        typename T::V dv = T::load(d + T::kBytes * k);
+        T::store(d + T::kBytes * k, T::select(sel[k], drawn<T, kMix>(dv, sv, p), dv));
     }
 }
 
+// One group of T::kBytes pixels: the drawn colour except where the source is black. Runs of
+// colour (no zero byte) and of black (all zero) take no pixel test.
 template <class T, bool kMix>
 MK_ALWAYS_INLINE void color_key_group(uint8_t* d, const uint8_t* s, const Params<T>& p) {
-    typename T::V sv[3], keep[3];
-    for (int k = 0; k < 3; ++k) sv[k] = T::load(s + T::kBytes * k);
-    black_selection<T>(sv, keep);
+    typename T::V sv[3], z[3], keep[3];
+    for (int k = 0; k < 3; ++k) {
+        sv[k] = T::load(s + T::kBytes * k);
+        z[k] = T::eq(sv[k], T::zero());
+    }
+    if (T::bits(T::and_(z[0], T::and_(z[1], z[2]))) == T::kAllBytes) return;
+    bool any_zero = T::bits(T::or_(z[0], T::or_(z[1], z[2]))) != 0;
+    if (any_zero) black_selection<T>(z, keep);
     for (int k = 0; k < 3; ++k) {
         uint8_t* dk = d + T::kBytes * k;
+        if (!any_zero && !kMix) {
+            T::store(dk, sv[k]);
+            continue;
+        }
         typename T::V dv = T::load(dk);
-        T::store(dk, T::select(keep[k], dv, drawn<T, kMix>(dv, sv[k], p)));
+        typename T::V colour = drawn<T, kMix>(dv, sv[k], p);
+        T::store(dk, any_zero ? T::select(keep[k], dv, colour) : colour);
     }
 }
 

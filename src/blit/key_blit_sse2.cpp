@@ -27,17 +27,17 @@ MK_ALWAYS_INLINE void mask_selection(const uint8_t* m, const Params& p, __m128i 
     spread_from_starts(at_start, sel);
 }
 
-// Which bytes of the group keep the destination because their pixel is black.
-MK_ALWAYS_INLINE void black_selection(const __m128i s[3], __m128i keep[3]) {
-    const __m128i zero = _mm_setzero_si128();
-    __m128i z[4];
-    for (int k = 0; k < 3; ++k) z[k] = _mm_cmpeq_epi8(s[k], zero);
-    z[3] = zero;  // the group's last pixel ends inside it
+// Which bytes of the group keep the destination because their pixel is black, from the
+// zero bytes of the source.
+MK_ALWAYS_INLINE void black_selection(const __m128i zero_bytes[3], __m128i keep[3]) {
+    const __m128i* z = zero_bytes;
+    const __m128i none = _mm_setzero_si128();  // the group's last pixel ends inside it
     // A pixel is black when its first byte and the two after it are zero.
     __m128i at_start[3];
     for (int k = 0; k < 3; ++k) {
-        __m128i all = _mm_and_si128(z[k], _mm_and_si128(shift_down<1>(z[k], z[k + 1]),
-                                                        shift_down<2>(z[k], z[k + 1])));
+        __m128i next = k < 2 ? z[k + 1] : none;
+        __m128i all = _mm_and_si128(z[k], _mm_and_si128(shift_down<1>(z[k], next),
+                                                        shift_down<2>(z[k], next)));
         at_start[k] = _mm_and_si128(all, pixel_starts(k));
     }
     spread_from_starts(at_start, keep);
@@ -46,6 +46,23 @@ MK_ALWAYS_INLINE void black_selection(const __m128i s[3], __m128i keep[3]) {
 template <bool kMix>
 inline __m128i drawn(__m128i d, __m128i s, const Params& p) {
     return kMix ? mix(d, s, p.weight) : s;
+}
+
+// Writes a group: the drawn colour where sel is set, the destination elsewhere. A group with
+// nothing selected is left as it is; a copy of a group selected whole needs no destination.
+template <bool kMix>
+MK_ALWAYS_INLINE void write_group(uint8_t* d, const uint8_t* s, const __m128i sel[3], const Params& p) {
+    if (_mm_movemask_epi8(_mm_or_si128(sel[0], _mm_or_si128(sel[1], sel[2]))) == 0) return;
+    bool whole = _mm_movemask_epi8(_mm_and_si128(sel[0], _mm_and_si128(sel[1], sel[2]))) == 0xFFFF;
+    for (int k = 0; k < 3; ++k) {
+        __m128i sv = load(s + 16 * k);
+        if (whole && !kMix) {
+            store(d + 16 * k, sv);
+            continue;
+        }
+        __m128i dv = load(d + 16 * k);
+        store(d + 16 * k, select(sel[k], drawn<kMix>(dv, sv, p), dv));
+    }
 }
 
 template <int kMaskStep, bool kMix>
@@ -58,11 +75,7 @@ void mask_key_rows(const KeyBlitRect& r, const Params& p) {
         for (; x + 16 <= r.w; x += 16) {
             __m128i sel[3];
             mask_selection<kMaskStep>(m + kMaskStep * x, p, sel);
-            for (int k = 0; k < 3; ++k) {
-                uint8_t* dk = d + 3 * x + 16 * k;
-                __m128i dv = load(dk);
-                store(dk, select(sel[k], drawn<kMix>(dv, load(s + 3 * x + 16 * k), p), dv));
-            }
+            write_group<kMix>(d + 3 * x, s + 3 * x, sel, p);
         }
         for (; x < r.w; ++x)
             if (mask_selects(m[kMaskStep * x], r.lo, r.hi))
@@ -77,13 +90,24 @@ void color_key_rows(const KeyBlitRect& r, const Params& p) {
     for (int row = 0; row < r.h; ++row, d += r.dst_stride, s += r.src_stride) {
         int x = 0;
         for (; x + 16 <= r.w; x += 16) {
-            __m128i sv[3], keep[3];
-            for (int k = 0; k < 3; ++k) sv[k] = load(s + 3 * x + 16 * k);
-            black_selection(sv, keep);
+            __m128i sv[3], z[3], keep[3];
+            for (int k = 0; k < 3; ++k) {
+                sv[k] = load(s + 3 * x + 16 * k);
+                z[k] = _mm_cmpeq_epi8(sv[k], _mm_setzero_si128());
+            }
+            // Runs of colour (no zero byte) and of black (all zero) take no pixel test.
+            if (_mm_movemask_epi8(_mm_and_si128(z[0], _mm_and_si128(z[1], z[2]))) == 0xFFFF) continue;
+            bool any_zero = _mm_movemask_epi8(_mm_or_si128(z[0], _mm_or_si128(z[1], z[2]))) != 0;
+            if (any_zero) black_selection(z, keep);
             for (int k = 0; k < 3; ++k) {
                 uint8_t* dk = d + 3 * x + 16 * k;
+                if (!any_zero && !kMix) {
+                    store(dk, sv[k]);
+                    continue;
+                }
                 __m128i dv = load(dk);
-                store(dk, select(keep[k], dv, drawn<kMix>(dv, sv[k], p)));
+                __m128i colour = drawn<kMix>(dv, sv[k], p);
+                store(dk, any_zero ? select(keep[k], dv, colour) : colour);
             }
         }
         for (; x < r.w; ++x)

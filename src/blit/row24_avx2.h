@@ -34,6 +34,9 @@ struct Narrow {
     static V min8(V a, V b) { return _mm_min_epu8(a, b); }
     static V adds8(V a, V b) { return _mm_adds_epu8(a, b); }
     static V select(V sel, V yes, V no) { return _mm_blendv_epi8(no, yes, sel); }
+    /// One bit per byte; kAllBytes when every byte's top bit is set.
+    static int bits(V v) { return _mm_movemask_epi8(v); }
+    static constexpr int kAllBytes = 0xFFFF;
     static V unpacklo(V a) { return _mm_unpacklo_epi8(a, zero()); }
     static V unpackhi(V a) { return _mm_unpackhi_epi8(a, zero()); }
     static V sub16(V a, V b) { return _mm_sub_epi16(a, b); }
@@ -73,6 +76,8 @@ struct Wide {
     static V min8(V a, V b) { return _mm256_min_epu8(a, b); }
     static V adds8(V a, V b) { return _mm256_adds_epu8(a, b); }
     static V select(V sel, V yes, V no) { return _mm256_blendv_epi8(no, yes, sel); }
+    static int bits(V v) { return _mm256_movemask_epi8(v); }
+    static constexpr int kAllBytes = -1;
     // Unpacking, packing and byte shifts work within each 16-byte lane; every use below
     // pairs an unpack with the pack of the same lane, so bytes come back where they were.
     static V unpacklo(V a) { return _mm256_unpacklo_epi8(a, zero()); }

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -20,6 +21,19 @@
 #include "rng.h"
 
 namespace mktest {
+
+/// Pixels of `size` bytes each, in runs of 1..48 pixels: black, colour without a zero byte,
+/// white, or random bytes; what sprites and masks look like, and what the kernels' shortcuts
+/// for whole groups need to be seen.
+inline void fill_runs(uint8_t* p, size_t pixels, int size, Rng& rng) {
+    for (size_t i = 0; i < pixels;) {
+        size_t run = std::min<size_t>(rng.range(1, 48), pixels - i);
+        int kind = rng.range(0, 3);
+        for (size_t end = i + run; i < end; ++i)
+            for (int b = 0; b < size; ++b)
+                p[i * size + b] = kind == 0 ? 0 : kind == 1 ? uint8_t(rng.range(1, 255)) : kind == 2 ? 0xFF : rng.biased_byte();
+    }
+}
 
 /// A record whose pixel block ends at a guard page (or starts right after one), so that any
 /// access past the last row's last byte (or before the first row) faults at once.
@@ -88,6 +102,8 @@ public:
             }
         }
     }
+    /// The whole block in runs (see fill_runs), rows and padding alike.
+    void fill_runs(Rng& rng) { mktest::fill_runs(pixels_.data(), bytes() / (bit_count() / 8), bit_count() / 8, rng); }
     std::vector<uint8_t> snapshot() { return {pixels_.data(), pixels_.data() + bytes()}; }
     void restore(const std::vector<uint8_t>& bytes) { std::memcpy(pixels_.data(), bytes.data(), bytes.size()); }
 

@@ -89,7 +89,12 @@ TEST_P(KeyBlits, DrawWhatTheRuleSelectsInsideEveryImage) {
             GuardedImage dst(dw, dh, random_depth(rng, {24}, 8), rng, guard);
             GuardedImage src(sw, sh, random_depth(rng, {24, 8}, 32), rng, guard, palette);
             GuardedImage mask(mw, mh, random_depth(rng, {8, 24}, rng.range(0, 1) ? 32 : 1), rng, guard);
-            if (src.bit_count() == 24) src.sprinkle_black(rng);
+            if (seed % 3 == 0) {
+                if (src.bit_count() % 8 == 0) src.fill_runs(rng);
+                if (mask.bit_count() % 8 == 0) mask.fill_runs(rng);
+            } else if (src.bit_count() == 24) {
+                src.sprinkle_black(rng);
+            }
             Case c{};
             c.op = op;
             c.w = mktest::random_extent(rng, std::max(dw, std::max(sw, mw)) + 3);
@@ -158,8 +163,13 @@ TEST_P(KeyBlitKernels, MatchTheReferenceAndStayInside) {
             Guard guard = variant % 4 < 2 ? Guard::kAfter : Guard::kBefore;
             mktest::GuardedRows dst(h, 3 * w, rng.range(0, 5), guard, rng), src(h, 3 * w, rng.range(0, 5), guard, rng),
                 mask(h, mask_step * w, rng.range(0, 5), guard, rng);
-            for (size_t i = 0; i + 3 <= src.buffer.size(); i += 3)
-                if (rng.range(0, 3) == 0) std::memset(src.buffer.data() + i, 0, 3);  // black pixels
+            if (seed % 2) {
+                mktest::fill_runs(src.buffer.data(), src.buffer.size() / 3, 3, rng);
+                mktest::fill_runs(mask.buffer.data(), mask.buffer.size() / mask_step, mask_step, rng);
+            } else {
+                for (size_t i = 0; i + 3 <= src.buffer.size(); i += 3)
+                    if (rng.range(0, 3) == 0) std::memset(src.buffer.data() + i, 0, 3);  // black pixels
+            }
             int a = rng.biased_byte(), b = rng.biased_byte();
             int strength = variant % 4 >= 2 ? 256 : mktest::edgy(rng, {1, 128, 255, 257, -1, INT_MIN}, 1, 255);
             std::vector<uint8_t> expected = dst.bytes();
