@@ -1,15 +1,41 @@
 // DLL benchmark cases of the key, blend and fill blits, as a host calls them.
 #include <cstring>
+#include <vector>
 
 #include "dll_bench.h"
 
 namespace mkdllbench {
 namespace {
 
+// An 8-bit mask of varied bytes as a record in memory (a palettised DIB section needs a
+// device context to take its colours from).
+struct Mask {
+    Mask(Sizes s) : info(40 + 256 * 4), pixels(size_t((s.w + 3) & ~3) * s.h) {
+        BITMAPINFOHEADER h{};
+        h.biSize = 40;
+        h.biWidth = s.w;
+        h.biHeight = s.h;
+        h.biPlanes = 1;
+        h.biBitCount = 8;
+        std::memcpy(info.data(), &h, sizeof h);
+        uint32_t x = 2654435761u;
+        for (BYTE& b : pixels) {
+            x ^= x << 13;
+            x ^= x >> 17;
+            x ^= x << 5;
+            b = BYTE(x);
+        }
+        bd.lpbmi = reinterpret_cast<BITMAPINFO*>(info.data());
+        bd.lpBits = pixels.data();
+    }
+    std::vector<BYTE> info, pixels;
+    BitmapData bd{};
+};
+
 struct Images {
-    Images(Sizes s)
-        : dst(s.w, s.h, 24, 5), src(s.w, s.h, 24, 6), other(s.w, s.h, 24, 7), mask(s.w, s.h, 8, 8) {}
-    Image dst, src, other, mask;
+    Images(Sizes s) : dst(s.w, s.h, 24, 5), src(s.w, s.h, 24, 6), other(s.w, s.h, 24, 7), mask(s) {}
+    Image dst, src, other;
+    Mask mask;
 };
 
 // Source pixels made black: in runs of 37 pixels in a third of each row, as around sprites,
