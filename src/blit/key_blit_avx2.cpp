@@ -1,6 +1,7 @@
 // Key blit kernels at the AVX2 level: groups of 32 pixels in three 32-byte vectors, then one
 // group of 16 in 16-byte vectors, then the last pixels of the row through the scalar pixel
-// helpers. The selection is worked out as a byte mask over the group, then one blend.
+// helpers. The selection is worked out as a byte mask over the group, then one blend; a
+// group that nothing selects is skipped.
 #include "blit/key_blit.h"
 #include "blit/row24_avx2.h"
 

@@ -1,6 +1,7 @@
 // Key blit kernels at the SSE2 level: 16 pixels at a time, the selection worked out as a byte
 // mask over the group's 48 bytes, then one select between the destination and the drawn
-// colour. The last pixels of a row (fewer than 16) go through the scalar pixel helpers.
+// colour; a group that nothing selects is skipped. The last pixels of a row (fewer than 16)
+// go through the scalar pixel helpers.
 #include "blit/key_blit.h"
 #include "blit/row24_sse2.h"
 
