@@ -39,5 +39,6 @@ bool copy_scene(const Host& host);
 bool wave_scene(const Host& host);
 bool transition_scene(const Host& host);
 bool scale_hsb_scene(const Host& host);
+bool key_blend_scene(const Host& host);
 
 }  // namespace demo

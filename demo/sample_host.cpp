@@ -16,6 +16,7 @@ const Entry kScenes[] = {
     {"A compressed sound decoded through the ACM", demo::wave_scene},
     {"A scene transition through a mask", demo::transition_scene},
     {"Area-weighted scaling, hue and saturation", demo::scale_hsb_scene},
+    {"Wipe, cross-fade, keyed sprites, panel and strip", demo::key_blend_scene},
 };
 
 }  // namespace

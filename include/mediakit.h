@@ -250,6 +250,47 @@ MEDIAKIT_API void MEDIAKIT_CALL BilinearBlt(BitmapData* dest, int x, int y, int 
  * colours, in -1..0 weakens them, 0 skips that step. brightness has no effect. */
 MEDIAKIT_API void MEDIAKIT_CALL ReviseHSB(BitmapData* dest, int x, int y, int w, int h, double hue,
                                           double saturation, double brightness, int absolute);
+/* ---- Key blits, constant blends and fills, colour offset ---------------------------- */
+/* Destinations are 24-bit records; each rectangle is clipped against every image taking
+ * part. Sources are 24-bit, or 8-bit with their colour table where noted. Strengths are in
+ * 1/256 steps, 256 meaning all of the second colour. Nothing is drawn for other depths, a
+ * strength of 0 where noted, or a rectangle that clips away. */
+
+/* Copies the source where the mask value is above the key's low byte (mask 8- or 24-bit;
+ * a 24-bit mask's value is its blue byte). Source 24- or 8-bit. */
+MEDIAKIT_API void MEDIAKIT_CALL MaskKeyBlt(BitmapData* dst, int x, int y, int w, int h,
+                                           const BitmapData* src, int sx, int sy,
+                                           const BitmapData* mask, int mx, int my, int key);
+/* As MaskKeyBlt, mixing the selected pixels towards the source by strength (1..256;
+ * 0 draws nothing, 256 copies). */
+MEDIAKIT_API void MEDIAKIT_CALL MaskKeyBlt2(BitmapData* dst, int x, int y, int w, int h,
+                                            const BitmapData* src, int sx, int sy,
+                                            const BitmapData* mask, int mx, int my, int key,
+                                            int strength);
+/* Copies the source where the mask value is below time: raising time from 0 to 256 wipes
+ * the source in, in the order of the mask's values. */
+MEDIAKIT_API void MEDIAKIT_CALL MaskTimeKeyBlt(BitmapData* dst, int x, int y, int w, int h,
+                                               const BitmapData* src, int sx, int sy,
+                                               const BitmapData* mask, int mx, int my, int time);
+/* dst = src1 mixed towards src2 by alpha (0..256). Sources both 24-bit or both 8-bit. With
+ * the MMX paths in use and 24-bit sources, alpha 0 copies src1 and 255 or 256 copy src2. */
+MEDIAKIT_API void MEDIAKIT_CALL AlphaBlendBlt(BitmapData* dst, int x, int y, int w, int h,
+                                              const BitmapData* src1, int sx1, int sy1,
+                                              const BitmapData* src2, int sx2, int sy2,
+                                              int alpha);
+/* Pulls a rectangle towards color (0x00BBGGRR) by alpha (0..256). */
+MEDIAKIT_API void MEDIAKIT_CALL FillAlpha(BitmapData* dst, int x, int y, int w, int h,
+                                          COLORREF color, int alpha);
+/* Copies every source pixel that is not pure black. Source 24- or 8-bit. */
+MEDIAKIT_API void MEDIAKIT_CALL ColorKeyBlt(BitmapData* dst, int x, int y, int w, int h,
+                                            const BitmapData* src, int sx, int sy);
+/* As ColorKeyBlt, mixing towards the source by alpha (1..256; 0 draws nothing). */
+MEDIAKIT_API void MEDIAKIT_CALL ColorKeyBlt2(BitmapData* dst, int x, int y, int w, int h,
+                                             const BitmapData* src, int sx, int sy, int alpha);
+/* Adds value's low byte to w bytes from pixel x in rows y..y+h-1, stopping at 255; any
+ * depth. Each row's run is cut to that row's bytes and rows outside the image are skipped. */
+MEDIAKIT_API void MEDIAKIT_CALL AddColorValue(BitmapData* dst, int x, int y, int w, int h,
+                                              int value);
 
 #ifdef __cplusplus
 }

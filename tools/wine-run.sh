@@ -22,4 +22,9 @@ mkdir -p "$(dirname "$WINEPREFIX")"
     fi
 ) 9>"$WINEPREFIX.lock"
 
+# A wineserver that exits when idle can race a program starting at that moment ("recvmsg:
+# Connection reset by peer"). Keep one running for a minute after the last program instead;
+# when one is already up this does nothing.
+wineserver -p60 >/dev/null 2>&1 || true
+
 exec wine "$@"

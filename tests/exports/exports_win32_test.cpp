@@ -248,4 +248,43 @@ TEST(Dll, ScalingAndHsbRunOnAStackAlignedToFourBytes) {
     }
 }
 
+// The key, blend and fill blits reach vector code: through a 4-byte aligned stack each gives
+// the bytes of a direct call.
+TEST(Dll, KeyAndBlendBlitsRunOnAStackAlignedToFourBytes) {
+    Image src(1920, 4, 0), other(1920, 4, 0), mask(1920, 4, 0);
+    for (size_t i = 0; i < src.pixels.size(); ++i) {
+        src.pixels[i] = BYTE(i % 5 ? i * 7 : 0);
+        other.pixels[i] = BYTE(i * 13 + 5);
+        mask.pixels[i] = BYTE(i * 3);
+    }
+    const uint32_t s = uint32_t(&src.bd), o = uint32_t(&other.bd), m = uint32_t(&mask.bd);
+    struct Call {
+        const void* fn;
+        std::vector<uint32_t> args;  // after the destination
+    };
+    const Call calls[] = {
+        {reinterpret_cast<const void*>(&MaskKeyBlt), {0, 0, 1920, 4, s, 0, 0, m, 0, 0, 100}},
+        {reinterpret_cast<const void*>(&MaskKeyBlt2), {0, 0, 1920, 4, s, 0, 0, m, 0, 0, 100, 77}},
+        {reinterpret_cast<const void*>(&MaskTimeKeyBlt), {0, 0, 1920, 4, s, 0, 0, m, 0, 0, 150}},
+        {reinterpret_cast<const void*>(&AlphaBlendBlt), {0, 0, 1920, 4, s, 0, 0, o, 0, 0, 99}},
+        {reinterpret_cast<const void*>(&FillAlpha), {0, 0, 1920, 4, 0x123456, 99}},
+        {reinterpret_cast<const void*>(&ColorKeyBlt), {0, 0, 1920, 4, s, 0, 0}},
+        {reinterpret_cast<const void*>(&ColorKeyBlt2), {0, 0, 1920, 4, s, 0, 0, 99}},
+        {reinterpret_cast<const void*>(&AddColorValue), {0, 0, 5760, 4, 30}},
+    };
+    for (const Call& call : calls) {
+        Image direct(1920, 4, 0x55);
+        std::vector<uint32_t> args = {uint32_t(&direct.bd)};
+        args.insert(args.end(), call.args.begin(), call.args.end());
+        call_with_stack_at(call.fn, args.data(), int(args.size()), 0);
+        EXPECT_NE(direct.pixels, Image(1920, 4, 0x55).pixels) << "call " << (&call - calls) << " drew nothing";
+        for (int offset : {4, 8, 12}) {
+            Image dst(1920, 4, 0x55);
+            args[0] = uint32_t(&dst.bd);
+            call_with_stack_at(call.fn, args.data(), int(args.size()), offset);
+            EXPECT_EQ(dst.pixels, direct.pixels) << "call " << (&call - calls) << ", offset " << offset;
+        }
+    }
+}
+
 }  // namespace

@@ -1,0 +1,183 @@
+// The key blits: references, the choice of kernel, and the exports. 8-bit sources reach the
+// vector kernels as rows looked up in their colour table, a chunk at a time, on the stack.
+#include "blit/key_blit.h"
+
+#include <cassert>
+
+#include "blit/clip.h"
+#include "blit/cpu.h"
+#include "blit/row24.h"
+
+namespace mediakit {
+namespace {
+
+// The source colour of pixel x: three bytes of a 24-bit row, or the colour table entry an
+// 8-bit row's byte indexes, as blue, green, red.
+const uint8_t* source_colour(const KeyBlitRect& r, const uint8_t* row, int x, uint8_t* scratch) {
+    if (!r.palette) return row + 3 * x;
+    expand_palette_row(row + x, 1, *r.palette, scratch);
+    return scratch;
+}
+
+// Runs a 24-bit kernel over a rectangle whose source is 8-bit: each row in chunks, the
+// chunk's indices looked up into a buffer that stands in for a 24-bit source row.
+void through_palette(KeyBlitFn kernel, const KeyBlitRect& r) {
+    uint8_t colours[3 * kPaletteChunk];
+    KeyBlitRect part = r;
+    part.palette = nullptr;
+    part.h = 1;
+    for (int row = 0; row < r.h; ++row) {
+        const uint8_t* indices = r.src + row * r.src_stride;
+        for (int x = 0; x < r.w; x += kPaletteChunk) {
+            part.w = r.w - x < kPaletteChunk ? r.w - x : kPaletteChunk;
+            expand_palette_row(indices + x, part.w, *r.palette, colours);
+            part.dst = r.dst + row * r.dst_stride + 3 * x;
+            part.src = colours;
+            if (r.mask) part.mask = r.mask + row * r.mask_stride + x * r.mask_step;
+            kernel(part);
+        }
+    }
+}
+
+void draw(KeyBlitFn (*kernel_of)(int), const KeyBlitRect& r) {
+    assert(r.w >= 1 && r.h >= 1);
+    int level = static_cast<int>(simd_level());
+    KeyBlitFn kernel = kernel_of(level);
+    if (level == 0 || !r.palette)
+        kernel(r);
+    else
+        through_palette(kernel, r);
+}
+
+}  // namespace
+
+void mask_key_rect_ref(const KeyBlitRect& r) {
+    uint8_t* d = r.dst;
+    const uint8_t* s = r.src;
+    const uint8_t* m = r.mask;
+    uint8_t scratch[3];
+    for (int row = 0; row < r.h; ++row, d += r.dst_stride, s += r.src_stride, m += r.mask_stride) {
+        for (int x = 0; x < r.w; ++x) {
+            if (mask_selects(m[x * r.mask_step], r.lo, r.hi))
+                draw_key_pixel(d + 3 * x, source_colour(r, s, x, scratch), r.strength);
+        }
+    }
+}
+
+void color_key_rect_ref(const KeyBlitRect& r) {
+    uint8_t* d = r.dst;
+    const uint8_t* s = r.src;
+    uint8_t scratch[3];
+    for (int row = 0; row < r.h; ++row, d += r.dst_stride, s += r.src_stride) {
+        for (int x = 0; x < r.w; ++x) {
+            const uint8_t* colour = source_colour(r, s, x, scratch);
+            if (!is_key_black(colour)) draw_key_pixel(d + 3 * x, colour, r.strength);
+        }
+    }
+}
+
+KeyBlitFn mask_key_kernel(int level) {
+    static const KeyBlitFn kByLevel[kSimdLevels] = {mask_key_rect_ref, mask_key_rect_sse2,
+                                                    mask_key_rect_avx2};
+    return kByLevel[level];
+}
+
+KeyBlitFn color_key_kernel(int level) {
+    static const KeyBlitFn kByLevel[kSimdLevels] = {color_key_rect_ref, color_key_rect_sse2,
+                                                    color_key_rect_avx2};
+    return kByLevel[level];
+}
+
+void mask_key_blt(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src, int sx,
+                  int sy, const BitmapData* mask, int mx, int my, int lo, int hi,
+                  int32_t strength) {
+    ImageView d, s, m;
+    if (!make_view(dst, &d) || d.bit_count != 24) return;
+    if (!make_view(src, &s) || !make_view(mask, &m)) return;
+    ClipBltEntry entries[3] = {{d.width, d.height, x, y},
+                               {s.width, s.height, sx, sy},
+                               {m.width, m.height, mx, my}};
+    if (!ClipBltRects(&w, &h, entries, 3)) return;
+    if (s.bit_count != 24 && s.bit_count != 8) return;
+    // Masks of other depths would be walked 3 bytes a pixel from a row start of their own
+    // depth, past the end of their rows: they draw nothing.
+    if (m.bit_count != 8 && m.bit_count != 24) return;
+    if (w <= 0 || h <= 0 || lo > hi) return;
+    Palette256 palette;
+    if (s.bit_count == 8) load_palette(src, &palette);
+    KeyBlitRect r{};
+    r.dst = rect_start(d, entries[0].xOrigin, entries[0].yOrigin, h);
+    r.src = rect_start(s, entries[1].xOrigin, entries[1].yOrigin, h);
+    r.mask = rect_start(m, entries[2].xOrigin, entries[2].yOrigin, h);
+    r.dst_stride = d.stride;
+    r.src_stride = s.stride;
+    r.mask_stride = m.stride;
+    r.w = w;
+    r.h = h;
+    r.mask_step = m.bit_count == 8 ? 1 : 3;
+    r.lo = static_cast<uint8_t>(lo);
+    r.hi = static_cast<uint8_t>(hi);
+    r.strength = strength;
+    r.palette = s.bit_count == 8 ? &palette : nullptr;
+    draw(mask_key_kernel, r);
+}
+
+void color_key_blt(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src, int sx,
+                   int sy, int32_t alpha) {
+    ImageView d, s;
+    if (!make_view(dst, &d) || d.bit_count != 24) return;
+    if (!make_view(src, &s)) return;
+    ClipBltEntry entries[2] = {{d.width, d.height, x, y}, {s.width, s.height, sx, sy}};
+    if (!ClipBltRects(&w, &h, entries, 2)) return;
+    if ((s.bit_count != 24 && s.bit_count != 8) || w <= 0 || h <= 0) return;
+    Palette256 palette;
+    if (s.bit_count == 8) load_palette(src, &palette);
+    KeyBlitRect r{};
+    r.dst = rect_start(d, entries[0].xOrigin, entries[0].yOrigin, h);
+    r.src = rect_start(s, entries[1].xOrigin, entries[1].yOrigin, h);
+    r.dst_stride = d.stride;
+    r.src_stride = s.stride;
+    r.w = w;
+    r.h = h;
+    r.strength = alpha;
+    r.palette = s.bit_count == 8 ? &palette : nullptr;
+    draw(color_key_kernel, r);
+}
+
+}  // namespace mediakit
+
+// Drawn where the mask value is above the key's low byte: key 255 draws nothing.
+extern "C" void MEDIAKIT_CALL MaskKeyBlt2(BitmapData* dst, int x, int y, int w, int h,
+                                          const BitmapData* src, int sx, int sy,
+                                          const BitmapData* mask, int mx, int my, int key,
+                                          int strength) {
+    if (strength == 0) return;
+    int lowest = (key & 0xFF) + 1;
+    mediakit::mask_key_blt(dst, x, y, w, h, src, sx, sy, mask, mx, my, lowest, 255, strength);
+}
+
+extern "C" void MEDIAKIT_CALL MaskKeyBlt(BitmapData* dst, int x, int y, int w, int h,
+                                         const BitmapData* src, int sx, int sy,
+                                         const BitmapData* mask, int mx, int my, int key) {
+    MaskKeyBlt2(dst, x, y, w, h, src, sx, sy, mask, mx, my, key, 256);
+}
+
+// Drawn where the mask value is below the time: t ≤ 0 draws nothing, t ≥ 256 every pixel.
+extern "C" void MEDIAKIT_CALL MaskTimeKeyBlt(BitmapData* dst, int x, int y, int w, int h,
+                                             const BitmapData* src, int sx, int sy,
+                                             const BitmapData* mask, int mx, int my, int time) {
+    if (time <= 0) return;
+    int highest = time > 255 ? 255 : time - 1;
+    mediakit::mask_key_blt(dst, x, y, w, h, src, sx, sy, mask, mx, my, 0, highest, 256);
+}
+
+extern "C" void MEDIAKIT_CALL ColorKeyBlt2(BitmapData* dst, int x, int y, int w, int h,
+                                           const BitmapData* src, int sx, int sy, int alpha) {
+    if (alpha == 0) return;
+    mediakit::color_key_blt(dst, x, y, w, h, src, sx, sy, alpha);
+}
+
+extern "C" void MEDIAKIT_CALL ColorKeyBlt(BitmapData* dst, int x, int y, int w, int h,
+                                          const BitmapData* src, int sx, int sy) {
+    ColorKeyBlt2(dst, x, y, w, h, src, sx, sy, 256);
+}
