@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what the builds need, only when something is missing: the native toolchain
-# pieces (CMake, Ninja, clang for the fuzzers, GoogleTest source, Google Benchmark), the
-# i686 mingw-w64 cross compiler and 32-bit Wine. Safe to run again and again.
+# pieces (CMake, Ninja, clang for the fuzzers, GoogleTest source, Google Benchmark and the
+# libraries the benchmarks compare with), sox for the audio test files, the i686 mingw-w64
+# cross compiler and 32-bit Wine. Safe to run again and again.
 set -u
 
 need=()
@@ -17,6 +18,7 @@ have_pkg libbenchmark-dev || need+=(libbenchmark-dev)
 have_pkg libpixman-1-dev || need+=(libpixman-1-dev)
 have_pkg libsdl2-dev || need+=(libsdl2-dev)
 have_pkg libgsl-dev || need+=(libgsl-dev)
+have_pkg libstb-dev || need+=(libstb-dev)
 have_cmd sox || need+=(sox)
 have_cmd i686-w64-mingw32-g++-posix || need+=(g++-mingw-w64-i686-posix)
 have_cmd i686-w64-mingw32-windres || need+=(binutils-mingw-w64-i686)
