@@ -10,7 +10,6 @@
 #include <cstring>
 #include <memory>
 #include <iterator>
-#include <thread>
 
 #include "blit/cpu.h"
 #include "blit/mmx_switch.h"
@@ -324,37 +323,6 @@ TEST(MaskBlitDepths, OnlyTheAcceptedDepthsDraw) {
     }
     SetUsageMMX(1);
     mediakit::g_mmxAvailable = 0;
-}
-
-// Distinct records drawn on two threads at once come out as when drawn one after the other:
-// the blits keep no state of their own between or during calls.
-TEST(MaskBlitThreads, DistinctRecordsOnTwoThreads) {
-    struct Job {
-        Image dst, src, src2, mask, expected;
-        void draw() {
-            for (int t = 0; t <= 520; t += 13) {
-                MaskTimeAlphaBlt(dst->record(), 0, 0, 300, 40, src->record(), 0, 0, src2->record(), 0, 0, mask->record(), 0, 0, t);
-                MaskAlphaBlt2(dst->record(), 3, 2, 300, 40, src->record(), 0, 0, mask->record(), 0, 0, t % 256 + 1);
-            }
-        }
-    };
-    Job jobs[2];
-    for (int i = 0; i < 2; ++i) {
-        Rng rng(i + 1);
-        jobs[i] = {make_image(rng, 24, 300, 40), make_image(rng, 8, 300, 40), make_image(rng, 8, 300, 40),
-                   make_image(rng, i ? 24 : 8, 300, 40), nullptr};
-        jobs[i].expected = copy_of(*jobs[i].dst);
-    }
-    std::vector<uint8_t> start[2] = {jobs[0].dst->snapshot(), jobs[1].dst->snapshot()};
-    for (Job& job : jobs) {
-        job.draw();
-        std::memcpy(job.expected->bits(), job.dst->bits(), job.dst->bytes());
-    }
-    for (int i = 0; i < 2; ++i) std::memcpy(jobs[i].dst->bits(), start[i].data(), start[i].size());
-    std::thread other([&] { jobs[1].draw(); });
-    jobs[0].draw();
-    other.join();
-    for (Job& job : jobs) EXPECT_EQ(job.dst->snapshot(), job.expected->snapshot());
 }
 
 }  // namespace
