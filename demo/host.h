@@ -36,5 +36,6 @@ struct Host {
 using Scene = bool (*)(const Host&);
 
 bool copy_scene(const Host& host);
+bool particles_scene(const Host& host);
 
 }  // namespace demo

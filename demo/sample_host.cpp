@@ -13,6 +13,7 @@ struct Entry {
 
 const Entry kScenes[] = {
     {"BMP files and the plain copy", demo::copy_scene},
+    {"A picture breaking up into particles; a spline animation curve", demo::particles_scene},
 };
 
 }  // namespace

@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "blit/cpu.h"
 #include "effects/effects_math.h"
+#include "effects/stamp_span.h"
 
 namespace mediakit {
 
@@ -136,10 +138,25 @@ void admit(const Side& s, int64_t m, int64_t* lo, int64_t* hi, int64_t* start) {
     *start = base + 3 * s.dx;
 }
 
+// True when writing the destination can change bytes the source or the mask read: then
+// the order of the pixels matters.
+template <int N>
+bool shares_bytes(const Side (&sides)[N]) {
+    const uintptr_t d0 = reinterpret_cast<uintptr_t>(sides[0].bits);
+    const uintptr_t d1 = d0 + static_cast<uintptr_t>(sides[0].omax) + 3;
+    for (int j = 1; j < N; ++j) {
+        const uintptr_t s0 = reinterpret_cast<uintptr_t>(sides[j].bits);
+        if (s0 < d1 && d0 < s0 + static_cast<uintptr_t>(sides[j].omax) + 4) return true;
+    }
+    return false;
+}
+
 // Draws every row pair of the walk. For each column the row below the centre (memory row
-// rc - Y) is done before the row above it, which matters only when the images share pixels.
+// rc - Y) is done before the row above it; when no image shares bytes with the destination
+// that order cannot show, and each row's run is drawn in one go.
 template <int N, class Pixel>
 void stamp(EllipseWalker& walk, const Side (&sides)[N], const Pixel& pixel) {
+    const bool ordered = shares_bytes(sides);
     EllipseRow row;
     while (walk.next(&row)) {
         int64_t lo[2], hi[2], start[2][N];
@@ -151,63 +168,87 @@ void stamp(EllipseWalker& walk, const Side (&sides)[N], const Pixel& pixel) {
                 admit(sides[j], m, &lo[half], &hi[half], &start[half][j]);
             }
         }
+        if (!ordered) {
+            for (int half = 0; half < 2; ++half) {
+                if (lo[half] > hi[half]) continue;
+                uint8_t* p[N];
+                for (int j = 0; j < N; ++j) p[j] = sides[j].bits + (start[half][j] + 3 * lo[half]);
+                pixel.run(p, hi[half] - lo[half] + 1);
+            }
+            continue;
+        }
         const int64_t first = std::min(lo[0], lo[1]), last = std::max(hi[0], hi[1]);
         for (int64_t c = first; c <= last; ++c) {
             for (int half = 0; half < 2; ++half) {
                 if (c < lo[half] || c > hi[half]) continue;
                 uint8_t* p[N];
                 for (int j = 0; j < N; ++j) p[j] = sides[j].bits + (start[half][j] + 3 * c);
-                pixel(p);
+                pixel.one(p);
             }
         }
     }
 }
 
+// Each pixel kind draws one pixel, reading every byte it needs just before the byte it
+// decides is written, so that bytes shared between the images give the same result in
+// every build; and a run of n pixels whose destination shares no byte with what is read,
+// through the run kernels of the processor's level. All the pixels are admitted.
+// Blue, green, red (the order of a pixel's bytes), repeated as the run kernels take it.
 struct Colour {
-    int32_t bytes[3];  // blue, green, red: the order of a pixel's bytes
-    explicit Colour(COLORREF c)
-        : bytes{static_cast<int32_t>((c >> 16) & 0xFF), static_cast<int32_t>((c >> 8) & 0xFF),
-                static_cast<int32_t>(c & 0xFF)} {}
+    uint8_t bgr[48];
+    explicit Colour(COLORREF c) {
+        for (int i = 0; i < 48; i += 3) {
+            bgr[i] = static_cast<uint8_t>(c >> 16);
+            bgr[i + 1] = static_cast<uint8_t>(c >> 8);
+            bgr[i + 2] = static_cast<uint8_t>(c);
+        }
+    }
 };
 
 struct ColourPixel {
     Colour colour;
     int32_t alpha;
-    void operator()(uint8_t* const* p) const {
-        for (int i = 0; i < 3; ++i) p[0][i] = mix_floor(p[0][i], colour.bytes[i], alpha);
-    }
+    const StampSpanKernels* kernels;
+    void one(uint8_t* const* p) const { run(p, 1); }
+    void run(uint8_t* const* p, int64_t n) const { kernels->colour(p[0], colour.bgr, alpha, n); }
 };
 
 struct ColourMaskPixel {
     Colour colour;
     int32_t alpha;
-    void operator()(uint8_t* const* p) const {
-        const uint8_t* m = p[1];
-        if (m[0] == 0) return;
-        const int32_t weight = mul_wrap(m[0], alpha);
-        for (int i = 0; i < 3; ++i) p[0][i] = mix_floor16(p[0][i], colour.bytes[i], weight);
+    const StampSpanKernels* kernels;
+    void one(uint8_t* const* p) const {
+        if (p[1][0] == 0) return;
+        const int32_t weight = mul_wrap(p[1][0], alpha);  // read once, before d is written
+        for (int i = 0; i < 3; ++i) p[0][i] = mix_floor16(p[0][i], colour.bgr[i], weight);
     }
+    void run(uint8_t* const* p, int64_t n) const { kernels->colour_mask(p[0], colour.bgr, p[1], alpha, n); }
 };
 
 // alpha 256 copies the source exactly: mix_floor(d, s, 256) = d + (s - d).
 struct ImagePixel {
     int32_t alpha;
-    void operator()(uint8_t* const* p) const {
+    const StampSpanKernels* kernels;
+    void one(uint8_t* const* p) const {
         for (int i = 0; i < 3; ++i) p[0][i] = mix_floor(p[0][i], p[1][i], alpha);
     }
+    void run(uint8_t* const* p, int64_t n) const { kernels->image(p[0], p[1], alpha, n); }
 };
 
 // Bytes +0, +2 and +3 of the mask are tested (+3 is the blue byte of the next pixel);
 // the weight is byte +0. With alpha 256 the shift by 16 equals (s - d) × m0 >> 8.
 struct ImageMaskPixel {
     int32_t alpha;
-    void operator()(uint8_t* const* p) const {
-        const uint8_t* m = p[2];
-        if (m[0] == 0 || m[2] == 0 || m[3] == 0) return;
-        const int32_t weight = mul_wrap(m[0], alpha);
+    const StampSpanKernels* kernels;
+    void one(uint8_t* const* p) const {
+        if (!image_mask_passes(p[2])) return;
+        const int32_t weight = mul_wrap(p[2][0], alpha);
         for (int i = 0; i < 3; ++i) p[0][i] = mix_floor16(p[0][i], p[1][i], weight);
     }
+    void run(uint8_t* const* p, int64_t n) const { kernels->image_mask(p[0], p[1], p[2], alpha, n); }
 };
+
+const StampSpanKernels* kernels_now() { return &stamp_span_kernels(static_cast<int>(simd_level())); }
 
 }  // namespace
 
@@ -220,10 +261,10 @@ void color_ellipse(const ImageView& dst, int32_t x, int32_t y, uint32_t w, uint3
     EllipseWalker walk(box, dst.width, dst.height);
     if (mask) {
         const Side sides[2] = {d, m};
-        stamp(walk, sides, ColourMaskPixel{Colour(colour), alpha});
+        stamp(walk, sides, ColourMaskPixel{Colour(colour), alpha, kernels_now()});
     } else {
         const Side sides[1] = {d};
-        stamp(walk, sides, ColourPixel{Colour(colour), alpha});
+        stamp(walk, sides, ColourPixel{Colour(colour), alpha, kernels_now()});
     }
 }
 
@@ -238,10 +279,10 @@ void image_ellipse(const ImageView& dst, int32_t x, int32_t y, uint32_t w, uint3
     EllipseWalker walk(box, dst.width, dst.height);
     if (mask) {
         const Side sides[3] = {d, s, m};
-        stamp(walk, sides, ImageMaskPixel{alpha});
+        stamp(walk, sides, ImageMaskPixel{alpha, kernels_now()});
     } else {
         const Side sides[2] = {d, s};
-        stamp(walk, sides, ImagePixel{alpha});
+        stamp(walk, sides, ImagePixel{alpha, kernels_now()});
     }
 }
 

@@ -8,13 +8,13 @@
 // of non-zero width) then only give odd layouts.
 #include "effects/particles.h"
 
-#include <cmath>
 #include <cstdlib>
 #include <ctime>
 
 #include "effects/effects_math.h"
 #include "effects/ellipse.h"
 #include "effects/thread_rand.h"
+#include "effects/trig.h"
 
 namespace mediakit {
 
@@ -75,7 +75,8 @@ void spawn(PowderData* p, int32_t i, ParticleMatter& m) {
     } else {
         PlaceParticleHome(p, i, p->rcArea);
     }
-    const double c = std::cos(theta), s = std::sin(theta);
+    double s, c;
+    sin_cos(theta, &s, &c);
     m.dX = m.xHome;
     m.dY = m.yHome;
     m.dVX = (p->nSpeed / divisor) * c;

@@ -2,6 +2,8 @@
 // moved under a process-wide drift and acceleration, drawn with the ellipse stamps.
 #pragma once
 
+#include <cstdint>
+
 #include "platform/win32_types.h"
 #include "mediakit.h"
 

@@ -2,11 +2,12 @@
 // evaluation.
 //
 // Segment lookup. A t inside the knots belongs to the first segment i with
-// x[i] ≤ t < x[i + 1]. That is one less than the first j ≥ 1 with t < x[j], so when
-// x[1 .. n-1] never decreases it can be found by bisection, and any segment that contains t
-// is the first. Whether the knots of a table are ordered is checked once per thread and
-// remembered until the next call that may change them (InitSpline, BuildSpline,
-// DeleteSpline, on any thread); tables that are not ordered are searched from the start.
+// x[i] ≤ t < x[i + 1]. When x[0 .. n-1] never decreases (and holds no NaN), the segment
+// holding t is unique and can be found by bisection; and a t in [x[i], x[i+1]) with i ≤ n-2
+// lies neither left of x[0] nor at or beyond x[n-1], so the segment found last can be tried
+// before anything else. Whether the knots of a table are ordered is checked once per thread
+// and remembered until the next call that may change them (InitSpline, BuildSpline,
+// DeleteSpline, on any thread); knots that are not ordered are searched from the start.
 #include "spline/spline.h"
 
 #include <atomic>
@@ -33,19 +34,18 @@ struct KnotOrder {
 };
 thread_local KnotOrder t_order;
 
-// True when x[1 .. n-1] never decreases and holds no NaN.
-bool inner_knots_ordered(const float* x, int32_t n) {
-    for (int32_t j = 1; j + 1 < n; ++j)
+// True when x[0 .. n-1] never decreases and holds no NaN (a lone x[0] may be NaN: it
+// then matches no t).
+bool knots_ordered(const float* x, int32_t n) {
+    for (int32_t j = 0; j + 1 < n; ++j)
         if (!(x[j] <= x[j + 1])) return false;
-    return n < 2 || x[1] == x[1];
+    return true;
 }
 
 KnotOrder& order_of(const float* x, int32_t n) {
     KnotOrder& o = t_order;
-    const uint32_t gen = g_generation.load(std::memory_order_acquire);
-    if (o.x != x || o.n != n || o.generation != gen) {
-        o = KnotOrder{x, n, gen, inner_knots_ordered(x, n), 0};
-    }
+    const uint32_t gen = g_generation.load(std::memory_order_relaxed);
+    if (o.x != x || o.n != n || o.generation != gen) o = KnotOrder{x, n, gen, knots_ordered(x, n), 0};
     return o;
 }
 
@@ -74,30 +74,29 @@ struct Scratch {
     }
 };
 
-}  // namespace
-
-int32_t find_segment(const float* x, int32_t n, float t) {
-    KnotOrder& o = order_of(x, n);
-    if (!o.ordered) {
-        for (int32_t i = 0; i + 1 < n; ++i)
-            if (x[i] <= t && t < x[i + 1]) return i;
-        return -1;
-    }
-    // Ordered: the segment holding t is unique, so the last one found may be tried first.
-    const int32_t last = o.last;
-    if (last + 1 < n && x[last] <= t && t < x[last + 1]) return last;
-    // The first j in 1 .. n-1 with t < x[j]; t < x[n-1] holds, so there is one.
-    int32_t lo = 1, hi = n - 1;
-    while (lo < hi) {
-        const int32_t mid = lo + (hi - lo) / 2;
-        if (t < x[mid]) hi = mid;
-        else lo = mid + 1;
-    }
-    const int32_t i = lo - 1;
-    if (!(x[i] <= t && t < x[lo])) return -1;  // a NaN knot at 0, or a NaN t
-    o.last = i;
-    return i;
+// The first segment i in 0 .. n-2 with x[i] ≤ t < x[i + 1], or -1 if there is none, for
+// knots that are not ordered; t < x[0] and t ≥ x[n - 1] are already handled.
+int32_t scan_segment(const float* x, int32_t n, float t) {
+    for (int32_t i = 0; i + 1 < n; ++i)
+        if (x[i] <= t && t < x[i + 1]) return i;
+    return -1;
 }
+
+// The same for ordered knots: one less than the first j in 1 .. n-1 with t < x[j] (one
+// exists, as t < x[n-1]), by bisection whose steps are selects rather than branches.
+int32_t bisect_segment(const float* x, int32_t n, float t) {
+    if (n < 2) return -1;
+    const float* base = x + 1;
+    for (int32_t len = n - 1; len > 1;) {
+        const int32_t half = len / 2;
+        base = base[half] <= t ? base + half : base;
+        len -= half;
+    }
+    const int32_t i = static_cast<int32_t>(base - x) - (*base <= t ? 0 : 1);
+    return x[i] <= t && t < x[i + 1] ? i : -1;  // not so only for a NaN t
+}
+
+}  // namespace
 
 double eval_segment(const SplineData& s, int32_t i, float t) {
     const double u = static_cast<double>(t) - s.lpX[i];
@@ -181,9 +180,13 @@ extern "C" float MEDIAKIT_CALL CalcSpline(SplineData* spline, float t) {
     if (!spline || spline->nSegments <= 0) return 0.0f;
     const int32_t n = spline->nSegments;
     const float* x = spline->lpX;
-    int32_t i;
-    if (t < x[0]) i = 0;
-    else if (t >= x[n - 1]) i = n - 1;
-    else if ((i = find_segment(x, n, t)) < 0) return 0.0f;
+    KnotOrder& o = order_of(x, n);
+    int32_t i = o.last;  // x has n + 1 knots, so x[i + 1] exists
+    if (!(o.ordered && x[i] <= t && t < x[i + 1])) {
+        if (t < x[0]) i = 0;
+        else if (t >= x[n - 1]) i = n - 1;
+        else if ((i = o.ordered ? bisect_segment(x, n, t) : scan_segment(x, n, t)) < 0) return 0.0f;
+        else o.last = i;
+    }
     return static_cast<float>(eval_segment(*spline, i, t));
 }

@@ -9,10 +9,6 @@
 
 namespace mediakit {
 
-/// The first segment i in 0 .. n-2 with x[i] ≤ t < x[i + 1], or -1 if there is none. The
-/// caller has already handled t < x[0] and t ≥ x[n - 1].
-int32_t find_segment(const float* x, int32_t n, float t);
-
 /// Evaluates segment i at t: ((u³ d + u² c) + u b) + y with u = t - x[i], in doubles.
 double eval_segment(const SplineData& s, int32_t i, float t);
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "blit/cpu.h"
 #include "effects/ellipse.h"
 #include "guarded.h"
 #include "images.h"
@@ -296,8 +297,11 @@ int random_alpha(mktest::Rng& rng) {
 // A random stamp around the edges of random images, against the plain stamps: sizes up
 // to 45, boxes and source and mask corners from well outside to well inside, images of
 // other depths and zero sizes read as 24-bit, and images shared between the roles.
+// Runs at the scalar level and at the processor's best.
 TEST(EllipseStamps, MatchThePlainStampsOnRandomCases) {
-    for (uint64_t seed = 1; seed <= 4000; ++seed) {
+    for (uint64_t seed = 1; seed <= 6000; ++seed) {
+        const bool scalar = seed % 2 == 0;
+        mediakit::set_simd_level_for_test(scalar ? mediakit::SimdLevel::kScalar : mediakit::best_simd_level());
         mktest::Rng rng(seed);
         const int bit_choices[] = {24, 24, 24, 24, 8, 32};
         HeapImage dst(rng.range(1, 36), rng.range(1, 30), rng.range(0, 15) ? 24 : 8);
@@ -330,8 +334,10 @@ TEST(EllipseStamps, MatchThePlainStampsOnRandomCases) {
         }
         run_stamp(dst.record(), s);
         ASSERT_EQ(mktest::first_difference(expected.snapshot(), dst.bits(), dst.bytes()), "")
-            << "seed " << seed << ": " << describe(s) << " dst " << dst.width() << "×" << dst.height();
+            << "seed " << seed << ": " << describe(s) << " dst " << dst.width() << "×" << dst.height()
+            << (scalar ? " (scalar)" : "");
     }
+    mediakit::set_simd_level_for_test(mediakit::best_simd_level());
 }
 
 // Pixel arrays that end (or begin) flush against an inaccessible page.

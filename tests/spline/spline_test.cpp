@@ -15,7 +15,9 @@ struct Spline {
     Spline(const std::vector<float>& x, const std::vector<float>& y) { set(x, y); }
     ~Spline() { DeleteSpline(&s); }
     void set(const std::vector<float>& x, const std::vector<float>& y) {
-        if (s.nSegments != LONG(x.size()) - 1) EXPECT_EQ(InitSpline(&s, LONG(x.size()) - 1), 1);
+        if (s.nSegments != LONG(x.size()) - 1) {
+            EXPECT_EQ(InitSpline(&s, LONG(x.size()) - 1), 1);
+        }
         for (size_t i = 0; i < x.size(); ++i) {
             s.lpX[i] = x[i];
             s.lpY[i] = y[i];
