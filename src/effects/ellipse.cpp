@@ -49,6 +49,7 @@ EllipseWalker::EllipseWalker(const EllipseBox& box, int32_t dst_width, int32_t d
       k_(box.k),
       w_(dst_width),
       h_(dst_height),
+      width_(dst_width),
       d1_((box.k + box.k) - (box.a + box.a) + 1),
       d2_((box.k - box.a * 4) + 2),
       x_(box.a),
@@ -88,9 +89,9 @@ bool EllipseWalker::next(EllipseRow* row) {
         // is visited again, narrower, after the next step.
         if (y_ != prev_y_ && cx_ - x_ <= w_ && cx_ + x_ >= 0 && cy_ - y_ <= h_ && cy_ + y_ >= 0) {
             prev_y_ = y_;
-            row->y = static_cast<int64_t>(y_);
-            row->c0 = cx_ - x_ < 0 ? 0 : static_cast<int64_t>(cx_ - x_);
-            row->c1 = cx_ + x_ > w_ ? static_cast<int64_t>(w_) : static_cast<int64_t>(cx_ + x_);
+            row->y = trunc_i64(y_);
+            row->c0 = cx_ - x_ < 0 ? 0 : trunc_i64(cx_ - x_);
+            row->c1 = cx_ + x_ > w_ ? width_ : trunc_i64(cx_ + x_);
             drawn = true;
         }
         EllipseStep(&d1_, &d2_, &x_, &y_, &k_);
@@ -109,6 +110,9 @@ struct Side {
     int64_t omax;  // the largest admitted byte offset
     int64_t rc;    // the box's centre row, in memory rows of this image
     int64_t dx;    // this image's column minus the destination column
+    // |c + dx| < 2^33, so a pixel lies less than 2^35 bytes from its row's start: rows
+    // below -reach or above last_row + reach admit nothing, and the products stay small.
+    int64_t reach, last_row;
 };
 
 // False when the image admits no offset at all: no rows, or rows too short to hold the
@@ -116,18 +120,20 @@ struct Side {
 bool make_side(const ImageView& v, const EllipseBox& box, int32_t left, int32_t top, int32_t x,
                Side* out) {
     if (v.height <= 0 || v.stride < 4) return false;
-    *out = Side{v.bits, v.stride, static_cast<int64_t>(v.height - 1) * v.stride,
-                box.centre_row(v.height, top), static_cast<int64_t>(left) - x};
+    *out = Side{v.bits,
+                v.stride,
+                static_cast<int64_t>(v.height - 1) * v.stride,
+                box.centre_row(v.height, top),
+                static_cast<int64_t>(left) - x,
+                (int64_t{1} << 36) / v.stride + 1,
+                v.height - 1};
     return true;
 }
 
 // Narrows [lo, hi] to the destination columns c whose pixel in memory row m of this image,
 // at offset m × stride + 3 (c + dx), is admitted. Sets *start to the offset of column 0.
 void admit(const Side& s, int64_t m, int64_t* lo, int64_t* hi, int64_t* start) {
-    // |c + dx| < 2^33, so a pixel lies less than 2^35 bytes from its row start: rows
-    // further than that from the array admit nothing, and the products stay small.
-    const int64_t reach = (int64_t{1} << 36) / s.stride + 1;
-    if (m < -reach || m > s.omax / s.stride + reach) {
+    if (m < -s.reach || m > s.last_row + s.reach) {
         *hi = *lo - 1;
         *start = 0;
         return;

@@ -51,6 +51,7 @@ private:
     bool nothing_left() const;
 
     double cx_, cy_, k_, w_, h_;
+    int64_t width_;
     double d1_, d2_, x_, y_, prev_y_;
     double rc_;       // the centre row of the destination, a whole number
     double y_limit_;  // no row distance beyond this is ever reached

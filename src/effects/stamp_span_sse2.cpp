@@ -4,8 +4,11 @@
 // 65280; 0 where the mask stops the pixel, which leaves it as it was). An unmasked alpha
 // of 256 is a plain fill or copy. Any other alpha goes to the reference.
 //
-// Runs are cut into blocks of 16 bytes (unmasked) or 16 pixels (masked); the last, short
-// block is blended in a copy on the stack so that nothing past the run is touched.
+// Runs are cut into blocks of 16 bytes (unmasked) or chunks of 16 pixels (masked). A run
+// that does not end on a block ends with one more block, overlapping the one before it,
+// that was loaded and blended from the run's original bytes before anything was stored:
+// it stores the same values again where it overlaps, and nothing past the run is touched.
+// Runs shorter than one block go to the reference.
 #include <emmintrin.h>
 
 #include <algorithm>
@@ -44,107 +47,119 @@ inline __m128i weight_vector(int32_t w) {
 // every three bytes, so they are the 16 bytes of the pattern from k % 3.
 inline __m128i colour_block(const uint8_t* pattern, size_t k) { return load(pattern + k % 3); }
 
+// An unmasked run: target(k) gives the 16 target bytes from byte k.
+template <class Target>
+void constant_run(uint8_t* d, size_t bytes, __m128i w, Target target) {
+    const size_t last = bytes - 16;
+    const __m128i tail = blend16(load(d + last), target(last), w, w);
+    for (size_t k = 0; k < last; k += 16) store(d + k, blend16(load(d + k), target(k), w, w));
+    store(d + last, tail);
+}
+
 void colour_sse2(uint8_t* d, const uint8_t* pattern, int32_t alpha, int64_t n) {
-    if (alpha < 0 || alpha > 256) return kStampSpanRef.colour(d, pattern, alpha, n);
+    if (alpha < 0 || alpha > 256 || n < 6) return kStampSpanRef.colour(d, pattern, alpha, n);
     const size_t bytes = 3 * static_cast<size_t>(n);
-    size_t k = 0;
     if (alpha == 256) {
-        for (; k + 16 <= bytes; k += 16) store(d + k, colour_block(pattern, k));
-        std::memcpy(d + k, pattern + k % 3, bytes - k);
+        for (size_t k = 0; k + 16 <= bytes; k += 16) store(d + k, colour_block(pattern, k));
+        store(d + bytes - 16, colour_block(pattern, bytes - 16));
         return;
     }
-    const __m128i w = weight_vector(alpha * 256);
-    for (; k + 16 <= bytes; k += 16) store(d + k, blend16(load(d + k), colour_block(pattern, k), w, w));
-    if (k < bytes) {
-        uint8_t tmp[16];
-        std::memcpy(tmp, d + k, bytes - k);
-        store(tmp, blend16(load(tmp), colour_block(pattern, k), w, w));
-        std::memcpy(d + k, tmp, bytes - k);
-    }
+    constant_run(d, bytes, weight_vector(alpha * 256), [&](size_t k) { return colour_block(pattern, k); });
 }
 
 void image_sse2(uint8_t* d, const uint8_t* s, int32_t alpha, int64_t n) {
-    if (alpha < 0 || alpha > 256) return kStampSpanRef.image(d, s, alpha, n);
+    if (alpha < 0 || alpha > 256 || n < 6) return kStampSpanRef.image(d, s, alpha, n);
     const size_t bytes = 3 * static_cast<size_t>(n);
     if (alpha == 256) {
         std::memcpy(d, s, bytes);
         return;
     }
-    const __m128i w = weight_vector(alpha * 256);
-    size_t k = 0;
-    for (; k + 16 <= bytes; k += 16) store(d + k, blend16(load(d + k), load(s + k), w, w));
-    if (k < bytes) {
-        uint8_t td[16], ts[16];
-        std::memcpy(td, d + k, bytes - k);
-        std::memcpy(ts, s + k, bytes - k);
-        store(td, blend16(load(td), load(ts), w, w));
-        std::memcpy(d + k, td, bytes - k);
+    constant_run(d, bytes, weight_vector(alpha * 256), [&](size_t k) { return load(s + k); });
+}
+
+// The weights of the 16 pixels from pixel p, eight to a vector. They go straight into
+// vector lanes: small stores read back as a vector would stall the load.
+template <class Weight>
+inline void chunk_weights(int64_t p, Weight weight, __m128i* lo, __m128i* hi) {
+    auto w = [&](int q) { return static_cast<int>(weight(p + q)); };
+    __m128i a = _mm_cvtsi32_si128(w(0)), b = _mm_cvtsi32_si128(w(8));
+    a = _mm_insert_epi16(a, w(1), 1), b = _mm_insert_epi16(b, w(9), 1);
+    a = _mm_insert_epi16(a, w(2), 2), b = _mm_insert_epi16(b, w(10), 2);
+    a = _mm_insert_epi16(a, w(3), 3), b = _mm_insert_epi16(b, w(11), 3);
+    a = _mm_insert_epi16(a, w(4), 4), b = _mm_insert_epi16(b, w(12), 4);
+    a = _mm_insert_epi16(a, w(5), 5), b = _mm_insert_epi16(b, w(13), 5);
+    a = _mm_insert_epi16(a, w(6), 6), b = _mm_insert_epi16(b, w(14), 6);
+    a = _mm_insert_epi16(a, w(7), 7), b = _mm_insert_epi16(b, w(15), 7);
+    *lo = a;
+    *hi = b;
+}
+
+// Pixel weights w0..w15 (lo: w0..w7, hi: w8..w15) spread over the bytes of block b of
+// their 48 bytes, as the weights of its bytes 0..7 and 8..15: block 0 is
+// (w0 w0 w0 w1 w1 w1 w2 w2) (w2 w3 w3 w3 w4 w4 w4 w5), block 1 (w5 w5 w6 w6 w6 w7 w7 w7)
+// (w8 w8 w8 w9 ...), block 2 (... w13) (w13 w13 w14 w14 w14 w15 w15 w15). Each block
+// works out only its own two vectors, which keeps eight registers enough on 32-bit x86.
+inline void block_weights(__m128i lo, __m128i hi, int b, __m128i* wlo, __m128i* whi) {
+    // (x0 x0 x0 x1 x1 x1 x2 x2), (x2 x3 x3 x3 x4 x4 x4 x5), (x5 x5 x6 x6 x6 x7 x7 x7) of x.
+    auto first = [](__m128i x) {
+        return _mm_unpacklo_epi64(_mm_shufflelo_epi16(x, _MM_SHUFFLE(1, 0, 0, 0)),
+                                  _mm_shufflelo_epi16(x, _MM_SHUFFLE(2, 2, 1, 1)));
+    };
+    auto second = [](__m128i x) {
+        return _mm_castpd_si128(_mm_move_sd(_mm_castsi128_pd(_mm_shufflehi_epi16(x, _MM_SHUFFLE(1, 0, 0, 0))),
+                                            _mm_castsi128_pd(_mm_shufflelo_epi16(x, _MM_SHUFFLE(3, 3, 3, 2)))));
+    };
+    auto third = [](__m128i x) {
+        return _mm_unpackhi_epi64(_mm_shufflehi_epi16(x, _MM_SHUFFLE(2, 2, 1, 1)),
+                                  _mm_shufflehi_epi16(x, _MM_SHUFFLE(3, 3, 3, 2)));
+    };
+    switch (b) {
+        case 0: *wlo = first(lo), *whi = second(lo); break;
+        case 1: *wlo = third(lo), *whi = first(hi); break;
+        default: *wlo = second(hi), *whi = third(hi); break;
     }
 }
 
-// Eight per-pixel weights w0..w7 spread over the 24 bytes of their pixels, as three
-// vectors of eight byte weights: (w0 w0 w0 w1 w1 w1 w2 w2) (w2 w3 w3 w3 w4 w4 w4 w5)
-// (w5 w5 w6 w6 w6 w7 w7 w7).
-inline void spread_weights(__m128i w, __m128i out[3]) {
-    const __m128i a = _mm_shufflelo_epi16(w, _MM_SHUFFLE(1, 0, 0, 0));
-    const __m128i b = _mm_shufflelo_epi16(w, _MM_SHUFFLE(2, 2, 1, 1));
-    out[0] = _mm_unpacklo_epi64(a, b);
-    const __m128i c = _mm_shufflelo_epi16(w, _MM_SHUFFLE(3, 3, 3, 2));
-    const __m128i d = _mm_shufflehi_epi16(w, _MM_SHUFFLE(1, 0, 0, 0));
-    out[1] = _mm_castpd_si128(_mm_move_sd(_mm_castsi128_pd(d), _mm_castsi128_pd(c)));
-    const __m128i e = _mm_shufflehi_epi16(w, _MM_SHUFFLE(2, 2, 1, 1));
-    const __m128i f = _mm_shufflehi_epi16(w, _MM_SHUFFLE(3, 3, 3, 2));
-    out[2] = _mm_unpackhi_epi64(e, f);
+// Block b of the 16-pixel chunk at pixel p, blended.
+template <class Target>
+inline __m128i chunk_block(const uint8_t* d, int64_t p, int b, __m128i lo, __m128i hi, Target target) {
+    const size_t k = 3 * static_cast<size_t>(p) + 16 * static_cast<size_t>(b);
+    __m128i wlo, whi;
+    block_weights(lo, hi, b, &wlo, &whi);
+    return blend16(load(d + k), target(k), wlo, whi);
 }
 
-// A masked run, 16 pixels (48 bytes, three blocks) at a time: the weights are worked out
-// pixel by pixel, then spread over each pixel's three bytes. target(p, b, count) gives the
-// target bytes of block b of the chunk at pixel p (chunks start at pixel boundaries).
+// A masked run of at least 16 pixels, 16 pixels (three blocks) at a time. target(k) gives
+// the 16 target bytes from byte k; chunks start at pixel boundaries.
 template <class Weight, class Target>
 void masked_run(uint8_t* d, int64_t n, Weight weight, Target target) {
-    for (int64_t p = 0; p < n; p += 16) {
-        const int count = static_cast<int>(std::min<int64_t>(16, n - p));
-        // The weights go straight into the vectors: small stores read back as a vector
-        // would stall the load.
-        auto w = [&](int q) { return q < count ? static_cast<int>(weight(p + q)) : 0; };
-        __m128i lo = _mm_cvtsi32_si128(w(0)), hi = _mm_cvtsi32_si128(w(8));
-        lo = _mm_insert_epi16(lo, w(1), 1), hi = _mm_insert_epi16(hi, w(9), 1);
-        lo = _mm_insert_epi16(lo, w(2), 2), hi = _mm_insert_epi16(hi, w(10), 2);
-        lo = _mm_insert_epi16(lo, w(3), 3), hi = _mm_insert_epi16(hi, w(11), 3);
-        lo = _mm_insert_epi16(lo, w(4), 4), hi = _mm_insert_epi16(hi, w(12), 4);
-        lo = _mm_insert_epi16(lo, w(5), 5), hi = _mm_insert_epi16(hi, w(13), 5);
-        lo = _mm_insert_epi16(lo, w(6), 6), hi = _mm_insert_epi16(hi, w(14), 6);
-        lo = _mm_insert_epi16(lo, w(7), 7), hi = _mm_insert_epi16(hi, w(15), 7);
-        __m128i wb[6];
-        spread_weights(lo, wb);
-        spread_weights(hi, wb + 3);
-        uint8_t tmp[48] = {};
-        const size_t bytes = 3 * static_cast<size_t>(count);
-        uint8_t* out = count == 16 ? d + 3 * p : tmp;
-        if (count < 16) std::memcpy(tmp, d + 3 * p, bytes);
-        for (int b = 0; b < 3; ++b)
-            store(out + 16 * b, blend16(load(out + 16 * b), target(p, b, count), wb[2 * b], wb[2 * b + 1]));
-        if (count < 16) std::memcpy(d + 3 * p, tmp, bytes);
+    const int64_t last = n - 16;
+    __m128i lo, hi;
+    chunk_weights(last, weight, &lo, &hi);
+    const __m128i tail0 = chunk_block(d, last, 0, lo, hi, target);
+    const __m128i tail1 = chunk_block(d, last, 1, lo, hi, target);
+    const __m128i tail2 = chunk_block(d, last, 2, lo, hi, target);
+    for (int64_t p = 0; p < last; p += 16) {
+        chunk_weights(p, weight, &lo, &hi);
+        for (int b = 0; b < 3; ++b) store(d + 3 * p + 16 * b, chunk_block(d, p, b, lo, hi, target));
     }
+    store(d + 3 * last, tail0);
+    store(d + 3 * last + 16, tail1);
+    store(d + 3 * last + 32, tail2);
 }
 
 void colour_mask_sse2(uint8_t* d, const uint8_t* pattern, const uint8_t* m, int32_t alpha, int64_t n) {
-    if (alpha < 0 || alpha > 256) return kStampSpanRef.colour_mask(d, pattern, m, alpha, n);
+    if (alpha < 0 || alpha > 256 || n < 16) return kStampSpanRef.colour_mask(d, pattern, m, alpha, n);
     masked_run(
         d, n, [&](int64_t p) { return m[3 * p] * alpha; },
-        [&](int64_t, int b, int) { return colour_block(pattern, 16 * static_cast<size_t>(b)); });
+        [&](size_t k) { return colour_block(pattern, k); });
 }
 
 void image_mask_sse2(uint8_t* d, const uint8_t* s, const uint8_t* m, int32_t alpha, int64_t n) {
-    if (alpha < 0 || alpha > 256) return kStampSpanRef.image_mask(d, s, m, alpha, n);
-    uint8_t tail[48] = {};
+    if (alpha < 0 || alpha > 256 || n < 16) return kStampSpanRef.image_mask(d, s, m, alpha, n);
     masked_run(
         d, n, [&](int64_t p) { return image_mask_passes(m + 3 * p) ? m[3 * p] * alpha : 0; },
-        [&](int64_t p, int b, int count) {
-            if (count == 16) return load(s + 3 * p + 16 * b);
-            if (b == 0) std::memcpy(tail, s + 3 * p, 3 * static_cast<size_t>(count));
-            return load(tail + 16 * b);
-        });
+        [&](size_t k) { return load(s + k); });
 }
 
 }  // namespace
