@@ -65,7 +65,28 @@ EllipseWalker::EllipseWalker(const EllipseBox& box, int32_t dst_width, int32_t d
     // added 4 × (1 + 2 + ... + Yn-1) = 2 (Yn - 1) Yn to both, the narrowing steps subtracted
     // 4X for X = a-1, a-2, ... > 0, at most 2a² in all, and the rest only added; d1 and d2
     // start at 3 - 2a and 3 - 4a. So 2 (Yn - 1) Yn < 2a² + 4a, and Yn - 1 < a + 1.
-    if (box.a == box.b) y_limit_ = box.b + 2;
+    if (box.a == box.b) {
+        y_limit_ = box.b + 2;
+        if (!done_ && !circle_reaches_image(box)) done_ = true;
+    }
+}
+
+// For a circle, whether any visit can draw at all. d1 and d2 are the sums
+// F(X-1, Y+1) + F(X, Y+1) and F(X-1, Y) + F(X-1, Y+1) of F(X, Y) = X² + Y² - a² (each step
+// keeps that so, exactly, for a circle). A step away from the centre is taken only when
+// one of them is negative, which puts the new state at F < X or F < Y + 1/2; narrowing only
+// lowers F; and the walk starts at F = 0. So every state has X² < a² + a + 3 - Y². Rows
+// first reach the memory rows at some distance Y0: if the widest span possible from there
+// on lies wholly left or right of the columns, nothing is ever drawn.
+bool EllipseWalker::circle_reaches_image(const EllipseBox& box) const {
+    double first = HUGE_VAL;                                                   // Y0
+    if (rc_ >= 1) first = std::max(1.0, rc_ - (h_ - 1));                      // rc - Y
+    if (h_ - rc_ >= 1) first = std::min(first, std::max(1.0, 1 - rc_));       // rc + Y - 1
+    if (first > y_limit_) return false;
+    // a² and Y0² may each be off by 2^9 in doubles; the margin covers both.
+    const double x2 = box.a * box.a + box.a + 3 - first * first;
+    const double widest = std::sqrt(std::max(0.0, x2) + 4096) + 2;
+    return cx_ - widest < w_ && cx_ + widest > 0;
 }
 
 // True when no later visit can draw: the span lies wholly left or right of the columns

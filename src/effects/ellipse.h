@@ -49,6 +49,7 @@ public:
 
 private:
     bool nothing_left() const;
+    bool circle_reaches_image(const EllipseBox& box) const;
 
     double cx_, cy_, k_, w_, h_;
     int64_t width_;

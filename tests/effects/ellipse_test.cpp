@@ -340,6 +340,36 @@ TEST(EllipseStamps, MatchThePlainStampsOnRandomCases) {
     mediakit::set_simd_level_for_test(mediakit::best_simd_level());
 }
 
+// Circles far larger than the image, with each side of the circle crossing it, against
+// the plain stamps: their walks end early only where no later row can be drawn.
+TEST(EllipseStamps, LargeCirclesMatchThePlainStamps) {
+    const int r = 1 << 16, n = 2 * r;
+    struct Placed {
+        int x, y;
+        bool draws;
+        const char* why;
+    };
+    const Placed cases[] = {
+        {-n + 20, 5 - r, true, "right side crossing the image"},
+        {30, 7 - r, true, "left side crossing"},
+        {17 - r, -n + 12, true, "bottom crossing"},
+        {11 - r, 25, true, "top crossing"},
+        {-n + 3, -n + 4, false, "bottom-right of the circle, outside"},
+        {-r, -r, true, "the image inside the circle"},
+        {0, 0, false, "the image in the box's corner, outside the circle"},
+    };
+    for (const Placed& c : cases) {
+        HeapImage dst(40, 30), expected(40, 30);
+        const std::vector<uint8_t> before = dst.snapshot();
+        std::memcpy(expected.bits(), dst.bits(), dst.bytes());
+        Stamp s{false, c.x, c.y, uint32_t(n), uint32_t(n), kInk, nullptr, 0, 0, nullptr, 0, 0, 256};
+        reference_stamp(expected.record(), s);
+        run_stamp(dst.record(), s);
+        EXPECT_EQ(mktest::first_difference(expected.snapshot(), dst.bits(), dst.bytes()), "") << c.why;
+        EXPECT_EQ(dst.snapshot() != before, c.draws) << c.why;
+    }
+}
+
 // Pixel arrays that end (or begin) flush against an inaccessible page.
 struct GuardedImage {
     GuardedImage(int w, int h, mktest::GuardedBuffer::Guard guard)
