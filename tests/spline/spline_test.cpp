@@ -117,7 +117,6 @@ TEST(Spline, MatchesTheDoubleSplineOnRandomKnots) {
 
 TEST(Spline, EqualKnotsStayFinite) {
     Spline sp({0, 1, 1, 2, 3}, {0, 1, 2, 3, 1});
-    EXPECT_FLOAT_EQ(sp.s.lpX[2] - sp.s.lpX[1], 0.0f);
     for (float t = -1; t <= 4; t += 0.125f) EXPECT_TRUE(std::isfinite(sp(t))) << t;
     Spline flat({2, 2}, {1, 5});
     EXPECT_TRUE(std::isfinite(flat(3)));
