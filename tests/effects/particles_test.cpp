@@ -234,6 +234,20 @@ TEST_F(Particles, LivesRadiiAndTheEnd) {
     ptc_Create(1, q.get());
     ptc_Move(30, q.get());
     EXPECT_EQ(q->lpMatters[0].nRadius, 5);
+
+    // Shrinking past 0: a radius of -3 makes a box of 2^32 - 6 pixels whose disc lies
+    // beyond the image (it sits at the box's corner), so nothing is drawn, at once.
+    Point shrink;
+    shrink.r0 = 8, shrink.r1 = -10, shrink.speed = 0, shrink.decay_range = 0;
+    Powder z = shrink.make();
+    ptc_Create(1, z.get());
+    ptc_Move(1000, z.get());  // life 256 - 100 = 156: radius 156 / (256 / 18) - 10 = 0.97
+    ptc_Move(500, z.get());   // life 106: radius -2.5, truncated to -2
+    HeapImage frame(200, 100);
+    const std::vector<uint8_t> blank = frame.snapshot();
+    EXPECT_EQ(z->lpMatters[0].nRadius, -2);
+    ptc_RenderColorParticle(frame.record(), z.get(), 0x00FFFFFF, nullptr, 1);
+    EXPECT_EQ(frame.snapshot(), blank);
 }
 
 // The environment's fields come in the order flow x, flow y, acceleration y, acceleration x.
