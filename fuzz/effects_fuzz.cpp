@@ -71,19 +71,21 @@ void particles(Reader& r, Image& dst, Image& src, Image& mask) {
     ptc_SetCondition(r.f64(), r.f64(), r.f64(), r.f64(), 0);
     const uint32_t kind = r.u32();
     const DWORD flags = r.u32() & 0xFFF, limit = r.u32() % 4;
-    // Radii mostly small, now and then up to 2^20. (A negative radius makes a box of
-    // nearly 2^32 pixels; flying to any place, such a disc can cross the image with its
-    // far side, and its walk then takes seconds: the unit tests place such boxes.)
+    // Radii mostly small, now and then up to 2^20, and fades that never give life back,
+    // so that every radius stays between the two. (A negative radius makes a box of
+    // nearly 2^32 pixels; flying anywhere, such a disc can cross the image with its far
+    // side, and its walk then takes seconds: the unit tests place such boxes.)
     auto radius = [&] { return static_cast<LONG>((r.u32() & 15) ? r.u32() % 24 : r.u32() % (1u << 20)); };
+    auto fade = [&] { return r.u32() % (1u << 30); };
     PowderData* p;
     if (kind & 1) {
         p = ptc_CreatePowder(flags, limit, r.coord(), r.coord(), r.u32() % 24, radius(), radius(), r.i32(),
-                             r.u32(), r.i32(), r.f64(), r.i32(), r.f64(), r.i32(), r.u32(), r.u32(), r.i32(),
+                             fade(), r.i32(), r.f64(), r.i32(), r.f64(), r.i32(), r.u32(), fade(), r.i32(),
                              r.u32(), r.u32());
     } else {
         const LONG l = r.i32() % 64, t = r.i32() % 64, rr = r.i32() % 64, b = r.i32() % 64;
-        p = ptc_CreateBltPowder(flags, limit, l, t, rr, b, r.i32(), r.i32() % 9, radius(), r.i32(), r.u32(),
-                                r.i32(), r.f64(), r.i32(), r.f64(), r.i32(), r.u32(), r.u32(), r.i32(), r.u32(),
+        p = ptc_CreateBltPowder(flags, limit, l, t, rr, b, r.i32(), LONG(r.u32() % 9), radius(), r.i32(), fade(),
+                                r.i32(), r.f64(), r.i32(), r.f64(), r.i32(), r.u32(), fade(), r.i32(), r.u32(),
                                 r.u32());
     }
     if (!p) return;
