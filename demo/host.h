@@ -40,5 +40,6 @@ bool wave_scene(const Host& host);
 bool transition_scene(const Host& host);
 bool scale_hsb_scene(const Host& host);
 bool key_blend_scene(const Host& host);
+bool particles_scene(const Host& host);
 
 }  // namespace demo

@@ -17,6 +17,7 @@ const Entry kScenes[] = {
     {"A scene transition through a mask", demo::transition_scene},
     {"Area-weighted scaling, hue and saturation", demo::scale_hsb_scene},
     {"Wipe, cross-fade, keyed sprites, panel and strip", demo::key_blend_scene},
+    {"A picture breaking up into particles; a spline animation curve", demo::particles_scene},
 };
 
 }  // namespace

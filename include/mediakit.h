@@ -79,6 +79,67 @@ typedef struct AcmDriverEntry {
     HMODULE hModule;     /* the driver file, or 0 */
     HACMDRIVERID hadid;  /* the driver's identifier, or 0 */
 } AcmDriverEntry;
+/* ---- Particle and spline records ---------------------------------------------------- */
+
+/* One particle slot of a powder. */
+typedef struct ParticleMatter {
+    LONG nRadius;  /* current radius in pixels */
+    double dX, dY;   /* current centre (pixels, y down) */
+    double dVX, dVY; /* velocity in pixels per second */
+    double dLife;    /* remaining life, also the stamps' strength; alive while > 0 */
+    LONG nFade;      /* life lost per second */
+    LONG xHome, yHome; /* spawn point, and where texture and mask are taken from */
+    DWORD nSpawned;  /* spawns so far (counted only when the powder has a spawn limit) */
+} ParticleMatter;
+
+/* A powder: a fixed set of particle slots and how they are spawned, moved and drawn. Made
+ * by ptc_CreatePowder or ptc_CreateBltPowder, released by ptc_DeleteParticleMatters. */
+typedef struct PowderData {
+    LONG xEmit, yEmit;   /* emitter point, used with PTC_USERPOS */
+    DWORD dwFlags;       /* PTC_ flags */
+    RECT rcArea;         /* the area whose cells are the homes of a blt powder */
+    LONG nAlive;         /* particles alive, as counted by spawns and deaths */
+    LONG nAllowed;       /* how many may be alive at present */
+    DWORD nSpawnLimit;   /* spawns per slot; 0 = without limit */
+    LONG nCount;         /* number of slots in lpMatters */
+    LONG nMaxAlive;      /* upper bound of nAllowed */
+    LONG nRadiusStart;   /* radius at birth; half the cell size of a blt powder */
+    LONG nRadiusEnd;     /* radius when the life reaches 0 */
+    LONG nLife;          /* life at birth (256 = opaque) */
+    DWORD nDecay;        /* smallest life lost per second */
+    LONG nSpeed;         /* speed at birth before the random divisor, pixels per second */
+    double dAngle;       /* centre direction in degrees, clockwise from straight up */
+    LONG nSpread;        /* half the fan of directions, degrees */
+    double dWeight;      /* factor of the common accelerations */
+    LONG nScatter;       /* largest random offset of a newborn particle from its home */
+    DWORD nRate;         /* chance in percent that a dead slot is spawned */
+    DWORD nDecayRange;   /* random extra life lost per second, 0 .. nDecayRange */
+    LONG nSpeedRange;    /* random speed divisor steps of 0.1, 0 .. nSpeedRange */
+    DWORD nWobbleX, nWobbleY; /* random velocity change per move, -n .. +n */
+    ParticleMatter* lpMatters; /* nCount slots */
+} PowderData;
+
+#define PTC_USERPOS 0x1       /* spawn at (xEmit, yEmit) */
+#define PTC_BLTPOWDER 0x2     /* made by ptc_CreateBltPowder */
+#define PTC_CENTER 0x4        /* home layout: the middle of the area */
+#define PTC_GRIDDOWN 0x10     /* home layout: cells from the top row down */
+#define PTC_GRIDUP 0x40       /* home layout: cells from the bottom row up */
+#define PTC_ALLATONCE 0x80    /* every ptc_Create allows nMaxAlive particles */
+#define PTC_GRADUAL 0x100     /* every ptc_Create allows one more, up to nMaxAlive */
+#define PTC_SCATTER_DIR 0x200 /* newborn offset along the direction of flight */
+#define PTC_SCATTER_X 0x400   /* newborn offset horizontal only */
+#define PTC_SCATTER_Y 0x800   /* newborn offset vertical only */
+
+/* A natural cubic spline through n + 1 knots. The host owns the record and zero-fills it
+ * before the first InitSpline; the library owns the five tables. */
+typedef struct SplineData {
+    LONG nSegments; /* n */
+    float* lpX;     /* knot parameters x[0..n], strictly increasing; filled by the host */
+    float* lpY;     /* knot values y[0..n]; filled by the host */
+    float* lpB;     /* b[0..n-1]: segment i is y[i] + b u + c u^2 + d u^3, u = t - x[i] */
+    float* lpC;
+    float* lpD;
+} SplineData;
 
 #if defined(_WIN32) && !defined(_WIN64)
 #define MEDIAKIT_ASSERT_LAYOUT(name, cond) typedef char mediakit_layout_##name[(cond) ? 1 : -1]
@@ -94,6 +155,19 @@ MEDIAKIT_ASSERT_LAYOUT(WaveForFile_llDataOffset, offsetof(WaveForFile, llDataOff
 MEDIAKIT_ASSERT_LAYOUT(WaveForFile_dwLoopEnd, offsetof(WaveForFile, dwLoopEnd) == 36);
 MEDIAKIT_ASSERT_LAYOUT(AcmDriverEntry_size, sizeof(AcmDriverEntry) == 8);
 MEDIAKIT_ASSERT_LAYOUT(AcmDriverEntry_hadid, offsetof(AcmDriverEntry, hadid) == 4);
+MEDIAKIT_ASSERT_LAYOUT(ParticleMatter_size, sizeof(ParticleMatter) == 64);
+MEDIAKIT_ASSERT_LAYOUT(ParticleMatter_dX, offsetof(ParticleMatter, dX) == 8);
+MEDIAKIT_ASSERT_LAYOUT(ParticleMatter_nFade, offsetof(ParticleMatter, nFade) == 48);
+MEDIAKIT_ASSERT_LAYOUT(ParticleMatter_nSpawned, offsetof(ParticleMatter, nSpawned) == 60);
+MEDIAKIT_ASSERT_LAYOUT(PowderData_size, sizeof(PowderData) == 128);
+MEDIAKIT_ASSERT_LAYOUT(PowderData_rcArea, offsetof(PowderData, rcArea) == 12);
+MEDIAKIT_ASSERT_LAYOUT(PowderData_nAlive, offsetof(PowderData, nAlive) == 28);
+MEDIAKIT_ASSERT_LAYOUT(PowderData_dAngle, offsetof(PowderData, dAngle) == 72);
+MEDIAKIT_ASSERT_LAYOUT(PowderData_dWeight, offsetof(PowderData, dWeight) == 88);
+MEDIAKIT_ASSERT_LAYOUT(PowderData_nWobbleY, offsetof(PowderData, nWobbleY) == 116);
+MEDIAKIT_ASSERT_LAYOUT(PowderData_lpMatters, offsetof(PowderData, lpMatters) == 120);
+MEDIAKIT_ASSERT_LAYOUT(SplineData_size, sizeof(SplineData) == 24);
+MEDIAKIT_ASSERT_LAYOUT(SplineData_lpD, offsetof(SplineData, lpD) == 20);
 #endif
 
 /* ---- Image buffers and BMP files --------------------------------------------------- */
@@ -291,6 +365,91 @@ MEDIAKIT_API void MEDIAKIT_CALL ColorKeyBlt2(BitmapData* dst, int x, int y, int 
  * depth. Each row's run is cut to that row's bytes and rows outside the image are skipped. */
 MEDIAKIT_API void MEDIAKIT_CALL AddColorValue(BitmapData* dst, int x, int y, int w, int h,
                                               int value);
+/* ---- Ellipse stamps ------------------------------------------------------------------ */
+
+/* Blends colour into the filled ellipse of the w x h box whose top-left corner is (x, y) of
+ * a 24-bit dst, at strength alpha (0..256). With a mask, the blue byte of the mask pixel at
+ * the same place of the box at (mx, my) weights the blend, and 0 leaves the pixel alone.
+ * Pixels outside any image taking part are left alone. */
+MEDIAKIT_API void MEDIAKIT_CALL ColorEllipse(BitmapData* dst, int x, int y, UINT w, UINT h,
+                                             COLORREF colour, const BitmapData* mask, int mx,
+                                             int my, int alpha);
+/* As ColorEllipse with the pixels of the same ellipse of src, whose box starts at (sx, sy).
+ * A masked pixel is skipped when the blue or red byte of its mask pixel, or the blue byte
+ * of the mask pixel after it, is 0. Alpha 0, or no source, draws nothing. */
+MEDIAKIT_API void MEDIAKIT_CALL ImageEllipse(BitmapData* dst, int x, int y, UINT w, UINT h,
+                                             const BitmapData* src, int sx, int sy,
+                                             const BitmapData* mask, int mx, int my, int alpha);
+
+/* ---- Particles ----------------------------------------------------------------------- */
+
+/* The drift and accelerations shared by every powder (pixels per second, and per second
+ * squared). A non-zero seed seeds the calling thread's generator from the current time. */
+MEDIAKIT_API void MEDIAKIT_CALL ptc_SetCondition(double flowX, double flowY, double accelY,
+                                                 double accelX, LONG seed);
+/* A powder of count slots spawned from the point (x, y); null when memory runs out. */
+MEDIAKIT_API PowderData* MEDIAKIT_CALL ptc_CreatePowder(
+    DWORD flags, DWORD spawnLimit, LONG x, LONG y, LONG count, LONG radiusStart, LONG radiusEnd,
+    LONG life, DWORD decay, LONG speed, double angle, LONG spread, double weight, LONG scatter,
+    DWORD rate, DWORD decayRange, LONG speedRange, DWORD wobbleX, DWORD wobbleY);
+/* A powder with one slot per 2r x 2r cell of the area (r = radiusStart), at most maxAlive
+ * alive at once; the home layout flags place the slots on the cells. */
+MEDIAKIT_API PowderData* MEDIAKIT_CALL ptc_CreateBltPowder(
+    DWORD flags, DWORD spawnLimit, LONG left, LONG top, LONG right, LONG bottom, LONG maxAlive,
+    LONG radiusStart, LONG radiusEnd, LONG life, DWORD decay, LONG speed, double angle,
+    LONG spread, double weight, LONG scatter, DWORD rate, DWORD decayRange, LONG speedRange,
+    DWORD wobbleX, DWORD wobbleY);
+/* Replaces the slots by count new dead ones. Returns the powder, or null when memory runs
+ * out, in which case the powder has been released. */
+MEDIAKIT_API PowderData* MEDIAKIT_CALL ptc_ReAllocMatters(PowderData* powder, LONG count);
+/* Releases a powder and its slots. */
+MEDIAKIT_API void MEDIAKIT_CALL ptc_DeleteParticleMatters(PowderData* powder);
+/* Moves the emitter point. */
+MEDIAKIT_API void MEDIAKIT_CALL ptc_UserPos(PowderData* powder, LONG x, LONG y);
+/* Lays every slot's home out on the cells of rc by the powder's layout flags. */
+MEDIAKIT_API void MEDIAKIT_CALL ptc_AutoPos(PowderData* powder, RECT rc);
+/* Spawns particles into dead slots; elapsed 0 does nothing. */
+MEDIAKIT_API void MEDIAKIT_CALL ptc_Create(DWORD elapsed, PowderData* powder);
+/* Advances every live particle by elapsed milliseconds. 1 if any was alive. */
+MEDIAKIT_API BOOL MEDIAKIT_CALL ptc_Move(DWORD elapsed, PowderData* powder);
+/* Draws every live particle as a disc of colour, faded by its life when useLife is set
+ * (with useLife 0 nothing changes). */
+MEDIAKIT_API void MEDIAKIT_CALL ptc_RenderColorParticle(BitmapData* dst, PowderData* powder,
+                                                        COLORREF colour, const BitmapData* mask,
+                                                        BOOL useLife);
+/* Draws every live particle as the disc of image around its home, moved by (ox, oy); faded
+ * by its life when useLife is set, opaque otherwise. */
+MEDIAKIT_API void MEDIAKIT_CALL ptc_RenderImageParticle(PowderData* powder, BitmapData* dst,
+                                                        int ox, int oy, const BitmapData* image,
+                                                        int sx, int sy, const BitmapData* mask,
+                                                        int mx, int my, BOOL useLife);
+/* Copies from src the cells of the slots not yet spawned as often as the limit allows. */
+MEDIAKIT_API void MEDIAKIT_CALL ptc_BlockBlt(PowderData* powder, BitmapData* dst,
+                                             const BitmapData* src);
+/* One frame: move, spawn, restore the unreleased cells from src (if given), draw discs. */
+MEDIAKIT_API void MEDIAKIT_CALL ptc_ColorEraseParticle(DWORD elapsed, PowderData* powder,
+                                                       BitmapData* dst, COLORREF colour,
+                                                       const BitmapData* mask,
+                                                       const BitmapData* src);
+/* One frame: move, spawn, restore the unreleased cells from src (if given), draw discs of
+ * image (if given). */
+MEDIAKIT_API void MEDIAKIT_CALL ptc_ImageEraseParticle(DWORD elapsed, PowderData* powder,
+                                                       BitmapData* dst, const BitmapData* image,
+                                                       const BitmapData* mask,
+                                                       const BitmapData* src);
+
+/* ---- Splines ------------------------------------------------------------------------- */
+
+/* Allocates the tables of n segments (n + 1 knots), releasing those the record held.
+ * 0 when memory runs out; the record is then empty. */
+MEDIAKIT_API BOOL MEDIAKIT_CALL InitSpline(SplineData* spline, LONG n);
+/* Computes the coefficients from the knots. */
+MEDIAKIT_API void MEDIAKIT_CALL BuildSpline(SplineData* spline);
+/* The curve's value at t; the end segments continue beyond the knots. 0 for an empty
+ * record. */
+MEDIAKIT_API float MEDIAKIT_CALL CalcSpline(SplineData* spline, float t);
+/* Releases the tables and clears the record. */
+MEDIAKIT_API void MEDIAKIT_CALL DeleteSpline(SplineData* spline);
 
 #ifdef __cplusplus
 }

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <vector>
 
 #include "mediakit.h"
 #include "pe_tables.h"
@@ -284,6 +285,63 @@ TEST(Dll, KeyAndBlendBlitsRunOnAStackAlignedToFourBytes) {
             call_with_stack_at(call.fn, args.data(), int(args.size()), offset);
             EXPECT_EQ(dst.pixels, direct.pixels) << "call " << (&call - calls) << ", offset " << offset;
         }
+    }
+}
+
+// Ellipse stamps, particles and splines all run double arithmetic in SSE registers.
+TEST(Dll, EffectsAndSplinesRunOnAStackAlignedToFourBytes) {
+    auto args_with = [](std::initializer_list<uint32_t> head, double d) {
+        std::vector<uint32_t> a(head);
+        uint32_t w[2];
+        std::memcpy(w, &d, 8);
+        a.push_back(w[0]);
+        a.push_back(w[1]);
+        return a;
+    };
+    for (int offset : {4, 8, 12, 0}) {
+        SCOPED_TRACE(offset);
+        Image dst(64, 64, 0), src(64, 64, 0x7E);
+        const uint32_t colour[] = {uint32_t(&dst.bd), 8, 8, 32, 32, 0x0000FF00, 0, 0, 0, 256};
+        call_with_stack_at(reinterpret_cast<const void*>(&ColorEllipse), colour, 10, offset);
+        const BYTE* centre = dst.pixels.data() + 39 * 192 + 24 * 3;
+        EXPECT_TRUE(centre[0] == 0 && centre[1] == 0xFF && centre[2] == 0);
+        const uint32_t image[] = {uint32_t(&dst.bd), 0, 0, 64, 64, uint32_t(&src.bd), 0, 0, 0, 0, 0, 256};
+        call_with_stack_at(reinterpret_cast<const void*>(&ImageEllipse), image, 12, offset);
+        EXPECT_EQ(centre[1], 0x7E);
+
+        std::vector<uint32_t> cond = args_with({}, 10.0);
+        std::vector<uint32_t> more = args_with({}, 20.0);
+        cond.insert(cond.end(), more.begin(), more.end());
+        cond.insert(cond.end(), {0, 0, 0, 0, 0});
+        call_with_stack_at(reinterpret_cast<const void*>(&ptc_SetCondition), cond.data(), int(cond.size()), offset);
+        std::vector<uint32_t> make = args_with({PTC_ALLATONCE, 0, 32, 32, 8, 6, 1, 256, 100, 50}, 45.0);
+        std::vector<uint32_t> tail = args_with({180}, 1.0);
+        make.insert(make.end(), tail.begin(), tail.end());
+        make.insert(make.end(), {0, 100, 10, 3, 2, 2});
+        auto* powder = reinterpret_cast<PowderData*>(call_with_stack_at(
+            reinterpret_cast<const void*>(&ptc_CreatePowder), make.data(), int(make.size()), offset));
+        ASSERT_NE(powder, nullptr);
+        EXPECT_EQ(powder->nCount, 8);
+        EXPECT_EQ(powder->dAngle, 45.0);
+        const uint32_t frame[] = {16, uint32_t(powder), uint32_t(&dst.bd), 0x000000FF, 0, 0};
+        call_with_stack_at(reinterpret_cast<const void*>(&ptc_ColorEraseParticle), frame, 6, offset);
+        EXPECT_EQ(powder->nAlive, 8);
+        const uint32_t move[] = {100, uint32_t(powder)};
+        EXPECT_EQ(call_with_stack_at(reinterpret_cast<const void*>(&ptc_Move), move, 2, offset), 1u);
+        ptc_DeleteParticleMatters(powder);
+
+        SplineData spline{};
+        ASSERT_EQ(InitSpline(&spline, 3), 1);
+        for (int i = 0; i <= 3; ++i) spline.lpX[i] = spline.lpY[i] = float(i);
+        const uint32_t build[] = {uint32_t(&spline)};
+        call_with_stack_at(reinterpret_cast<const void*>(&BuildSpline), build, 1, offset);
+        float t = 1.5f, value = 0;
+        uint32_t calc[2] = {uint32_t(&spline)};
+        std::memcpy(&calc[1], &t, 4);
+        call_with_stack_at(reinterpret_cast<const void*>(&CalcSpline), calc, 2, offset);
+        __asm__ volatile("fstps %0" : "=m"(value));  // the float result is left in st(0)
+        EXPECT_FLOAT_EQ(value, 1.5f);
+        DeleteSpline(&spline);
     }
 }
 
