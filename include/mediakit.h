@@ -219,73 +219,6 @@ MEDIAKIT_API BOOL MEDIAKIT_CALL SetUsageMMX(BOOL allow);
 MEDIAKIT_API void MEDIAKIT_CALL FastBlt(BitmapData* dst, int x, int y, int w, int h,
                                         const BitmapData* src, int sx, int sy);
 
-/* ---- Files, INI numbers and error text --------------------------------------------- */
-
-/* Writes the text and a line feed to the debugger output. */
-MEDIAKIT_API void MEDIAKIT_CALL RegError(LPCSTR text);
-/* 1 if the file can be opened (no data access is asked for), else 0. */
-MEDIAKIT_API int MEDIAKIT_CALL fl_IsExist(LPCSTR path);
-/* The 64-bit position of an open file handle; a failed query gives a low part of
- * 0xFFFFFFFF. */
-MEDIAKIT_API LONGLONG MEDIAKIT_CALL fl_GetFilePointer(HANDLE file);
-/* Moves an open file handle to the position high * 2^32 + (unsigned) low. Always 1. */
-MEDIAKIT_API int MEDIAKIT_CALL fl_SetFilePointer(HANDLE file, LONG low, LONG high);
-/* Reads a whole number from an INI file (atoi of at most 63 characters). A missing key or
- * file gives 0 and result 1; a key with an empty value gives result 0, value untouched. */
-MEDIAKIT_API int MEDIAKIT_CALL GetPrivateProfileNumber(LPCSTR section, LPCSTR key, int* value,
-                                                       LPCSTR iniPath);
-/* Writes a whole number in decimal; the result of WritePrivateProfileStringA. */
-MEDIAKIT_API int MEDIAKIT_CALL WritePrivateProfileNumber(LPCSTR section, LPCSTR key, int value,
-                                                         LPCSTR iniPath);
-
-/* ---- WAVE data ---------------------------------------------------------------------- */
-
-/* Fills an 18-byte PCM format: nBlockAlign = channels * bits / 8 (fraction dropped),
- * nAvgBytesPerSec = nBlockAlign * samplesPerSec, cbSize = 0. */
-MEDIAKIT_API void MEDIAKIT_CALL wav_SetWaveFormat(WORD channels, WORD bitsPerSample,
-                                                  DWORD samplesPerSec, WAVEFORMATEX* format);
-/* Finds the format, "fact" sample count and data of a RIFF WAVE image in memory; the
- * first chunk of each kind wins. The pointers point into the image; any out pointer may be
- * 0. 0 for a missing signature or a "fmt " chunk shorter than 14 bytes. */
-MEDIAKIT_API int MEDIAKIT_CALL wav_ParseWaveResource(const void* image, const WAVEFORMATEX** format,
-                                                     DWORD* sampleLength, BYTE** data,
-                                                     DWORD* dataSize);
-/* As wav_ParseWaveResource, for a resource of type "WAVE" of a module. 0 (outputs
- * untouched) when it cannot be found or loaded. */
-MEDIAKIT_API int MEDIAKIT_CALL wav_GetWaveForResource(HMODULE module, LPCSTR name,
-                                                      const WAVEFORMATEX** format,
-                                                      DWORD* sampleLength, BYTE** data,
-                                                      DWORD* dataSize);
-/* Opens a WAVE file into a record (closing what the record held). load != 0: the data is
- * read into lpData and the file closed; load == 0: hFile stays open at the first data byte.
- * On failure (0) the record is all zero. The host checks lpFormat and dwDataSize. */
-MEDIAKIT_API int MEDIAKIT_CALL wav_OpenWaveForFile(LPCSTR path, WaveForFile* record, int load);
-/* Releases what the record holds and zeroes it; safe on an all-zero record. */
-MEDIAKIT_API void MEDIAKIT_CALL wav_CloseWaveForFile(WaveForFile* record);
-
-/* ---- ACM decoding and codec drivers ------------------------------------------------- */
-
-/* Opens the process's one conversion from source to the PCM format the ACM suggests,
- * written to target (18 bytes); *targetBytes receives the output size to allocate. Ends
- * any conversion still open. 0 (conversion closed) on failure. */
-MEDIAKIT_API int MEDIAKIT_CALL acm_BeginDecode(const WAVEFORMATEX* source, DWORD sampleLength,
-                                               DWORD sourceBytes, WAVEFORMATEX* target,
-                                               DWORD* targetBytes);
-/* Converts the whole source buffer (whole blocks only) into target. 0 (conversion closed)
- * on failure. */
-MEDIAKIT_API int MEDIAKIT_CALL acm_Decode(const BYTE* source, BYTE* target);
-/* Ends the conversion; does nothing when none is open. */
-MEDIAKIT_API void MEDIAKIT_CALL acm_EndDecode(void);
-/* Loads a driver file and installs its entry function procName as a driver local to the
- * process. 0 on failure, with the entry all zero and the file unloaded. */
-MEDIAKIT_API int MEDIAKIT_CALL acm_AddDriver(LPCSTR path, LPCSTR procName, AcmDriverEntry* entry);
-/* Removes the driver, then unloads its file, and zeroes the entry. */
-MEDIAKIT_API void MEDIAKIT_CALL acm_RemoveDriver(AcmDriverEntry* entry);
-/* Installs every "*.acm" file of the directory of path (the file name is ignored), after
- * removing the drivers of an earlier scan. 0 when nothing matches. */
-MEDIAKIT_API int MEDIAKIT_CALL acm_ScanDrivers(LPCSTR path, LPCSTR procName);
-/* Removes the drivers of the last scan. */
-MEDIAKIT_API void MEDIAKIT_CALL acm_FreeDrivers(void);
 /* ---- Masked alpha blits and the timed transition ----------------------------------- */
 
 /* Blends the w x h rectangle at (sx, sy) of src into (x, y) of dst through the mask at
@@ -310,20 +243,7 @@ MEDIAKIT_API void MEDIAKIT_CALL MaskTimeAlphaBlt(BitmapData* dst, int x, int y, 
                                                  const BitmapData* src1, int sx1, int sy1,
                                                  const BitmapData* src2, int sx2, int sy2,
                                                  const BitmapData* mask, int mx, int my, int t);
-/* ---- Scaling, hue and saturation --------------------------------------------------- */
 
-/* Draws the sw x sh rectangle at (sx, sy) of src into the w x h rectangle at (x, y) of
- * dest, each destination pixel the area-weighted average of the source pixels under it
- * (24-bit images only). The source rectangle must lie inside its image, or nothing is
- * drawn; destination pixels outside dest are skipped without changing the others. */
-MEDIAKIT_API void MEDIAKIT_CALL BilinearBlt(BitmapData* dest, int x, int y, int w, int h,
-                                            const BitmapData* src, int sx, int sy, int sw, int sh);
-/* Changes the colours of a rectangle of a 24-bit image in place, clipped to the image.
- * hue (turns of the colour circle) turns each pixel's hue, or with absolute non-zero
- * replaces hue and saturation; 0 skips that step. saturation in 0..1 strengthens the
- * colours, in -1..0 weakens them, 0 skips that step. brightness has no effect. */
-MEDIAKIT_API void MEDIAKIT_CALL ReviseHSB(BitmapData* dest, int x, int y, int w, int h, double hue,
-                                          double saturation, double brightness, int absolute);
 /* ---- Key blits, constant blends and fills, colour offset ---------------------------- */
 /* Destinations are 24-bit records; each rectangle is clipped against every image taking
  * part. Sources are 24-bit, or 8-bit with their colour table where noted. Strengths are in
@@ -365,6 +285,22 @@ MEDIAKIT_API void MEDIAKIT_CALL ColorKeyBlt2(BitmapData* dst, int x, int y, int 
  * depth. Each row's run is cut to that row's bytes and rows outside the image are skipped. */
 MEDIAKIT_API void MEDIAKIT_CALL AddColorValue(BitmapData* dst, int x, int y, int w, int h,
                                               int value);
+
+/* ---- Scaling, hue and saturation --------------------------------------------------- */
+
+/* Draws the sw x sh rectangle at (sx, sy) of src into the w x h rectangle at (x, y) of
+ * dest, each destination pixel the area-weighted average of the source pixels under it
+ * (24-bit images only). The source rectangle must lie inside its image, or nothing is
+ * drawn; destination pixels outside dest are skipped without changing the others. */
+MEDIAKIT_API void MEDIAKIT_CALL BilinearBlt(BitmapData* dest, int x, int y, int w, int h,
+                                            const BitmapData* src, int sx, int sy, int sw, int sh);
+/* Changes the colours of a rectangle of a 24-bit image in place, clipped to the image.
+ * hue (turns of the colour circle) turns each pixel's hue, or with absolute non-zero
+ * replaces hue and saturation; 0 skips that step. saturation in 0..1 strengthens the
+ * colours, in -1..0 weakens them, 0 skips that step. brightness has no effect. */
+MEDIAKIT_API void MEDIAKIT_CALL ReviseHSB(BitmapData* dest, int x, int y, int w, int h, double hue,
+                                          double saturation, double brightness, int absolute);
+
 /* ---- Ellipse stamps ------------------------------------------------------------------ */
 
 /* Blends colour into the filled ellipse of the w x h box whose top-left corner is (x, y) of
@@ -450,6 +386,74 @@ MEDIAKIT_API void MEDIAKIT_CALL BuildSpline(SplineData* spline);
 MEDIAKIT_API float MEDIAKIT_CALL CalcSpline(SplineData* spline, float t);
 /* Releases the tables and clears the record. */
 MEDIAKIT_API void MEDIAKIT_CALL DeleteSpline(SplineData* spline);
+
+/* ---- WAVE data ---------------------------------------------------------------------- */
+
+/* Fills an 18-byte PCM format: nBlockAlign = channels * bits / 8 (fraction dropped),
+ * nAvgBytesPerSec = nBlockAlign * samplesPerSec, cbSize = 0. */
+MEDIAKIT_API void MEDIAKIT_CALL wav_SetWaveFormat(WORD channels, WORD bitsPerSample,
+                                                  DWORD samplesPerSec, WAVEFORMATEX* format);
+/* Finds the format, "fact" sample count and data of a RIFF WAVE image in memory; the
+ * first chunk of each kind wins. The pointers point into the image; any out pointer may be
+ * 0. 0 for a missing signature or a "fmt " chunk shorter than 14 bytes. */
+MEDIAKIT_API int MEDIAKIT_CALL wav_ParseWaveResource(const void* image, const WAVEFORMATEX** format,
+                                                     DWORD* sampleLength, BYTE** data,
+                                                     DWORD* dataSize);
+/* As wav_ParseWaveResource, for a resource of type "WAVE" of a module. 0 (outputs
+ * untouched) when it cannot be found or loaded. */
+MEDIAKIT_API int MEDIAKIT_CALL wav_GetWaveForResource(HMODULE module, LPCSTR name,
+                                                      const WAVEFORMATEX** format,
+                                                      DWORD* sampleLength, BYTE** data,
+                                                      DWORD* dataSize);
+/* Opens a WAVE file into a record (closing what the record held). load != 0: the data is
+ * read into lpData and the file closed; load == 0: hFile stays open at the first data byte.
+ * On failure (0) the record is all zero. The host checks lpFormat and dwDataSize. */
+MEDIAKIT_API int MEDIAKIT_CALL wav_OpenWaveForFile(LPCSTR path, WaveForFile* record, int load);
+/* Releases what the record holds and zeroes it; safe on an all-zero record. */
+MEDIAKIT_API void MEDIAKIT_CALL wav_CloseWaveForFile(WaveForFile* record);
+
+/* ---- ACM decoding and codec drivers ------------------------------------------------- */
+
+/* Opens the process's one conversion from source to the PCM format the ACM suggests,
+ * written to target (18 bytes); *targetBytes receives the output size to allocate. Ends
+ * any conversion still open. 0 (conversion closed) on failure. */
+MEDIAKIT_API int MEDIAKIT_CALL acm_BeginDecode(const WAVEFORMATEX* source, DWORD sampleLength,
+                                               DWORD sourceBytes, WAVEFORMATEX* target,
+                                               DWORD* targetBytes);
+/* Converts the whole source buffer (whole blocks only) into target. 0 (conversion closed)
+ * on failure. */
+MEDIAKIT_API int MEDIAKIT_CALL acm_Decode(const BYTE* source, BYTE* target);
+/* Ends the conversion; does nothing when none is open. */
+MEDIAKIT_API void MEDIAKIT_CALL acm_EndDecode(void);
+/* Loads a driver file and installs its entry function procName as a driver local to the
+ * process. 0 on failure, with the entry all zero and the file unloaded. */
+MEDIAKIT_API int MEDIAKIT_CALL acm_AddDriver(LPCSTR path, LPCSTR procName, AcmDriverEntry* entry);
+/* Removes the driver, then unloads its file, and zeroes the entry. */
+MEDIAKIT_API void MEDIAKIT_CALL acm_RemoveDriver(AcmDriverEntry* entry);
+/* Installs every "*.acm" file of the directory of path (the file name is ignored), after
+ * removing the drivers of an earlier scan. 0 when nothing matches. */
+MEDIAKIT_API int MEDIAKIT_CALL acm_ScanDrivers(LPCSTR path, LPCSTR procName);
+/* Removes the drivers of the last scan. */
+MEDIAKIT_API void MEDIAKIT_CALL acm_FreeDrivers(void);
+
+/* ---- Files, INI numbers and error text --------------------------------------------- */
+
+/* Writes the text and a line feed to the debugger output. */
+MEDIAKIT_API void MEDIAKIT_CALL RegError(LPCSTR text);
+/* 1 if the file can be opened (no data access is asked for), else 0. */
+MEDIAKIT_API int MEDIAKIT_CALL fl_IsExist(LPCSTR path);
+/* The 64-bit position of an open file handle; a failed query gives a low part of
+ * 0xFFFFFFFF. */
+MEDIAKIT_API LONGLONG MEDIAKIT_CALL fl_GetFilePointer(HANDLE file);
+/* Moves an open file handle to the position high * 2^32 + (unsigned) low. Always 1. */
+MEDIAKIT_API int MEDIAKIT_CALL fl_SetFilePointer(HANDLE file, LONG low, LONG high);
+/* Reads a whole number from an INI file (atoi of at most 63 characters). A missing key or
+ * file gives 0 and result 1; a key with an empty value gives result 0, value untouched. */
+MEDIAKIT_API int MEDIAKIT_CALL GetPrivateProfileNumber(LPCSTR section, LPCSTR key, int* value,
+                                                       LPCSTR iniPath);
+/* Writes a whole number in decimal; the result of WritePrivateProfileStringA. */
+MEDIAKIT_API int MEDIAKIT_CALL WritePrivateProfileNumber(LPCSTR section, LPCSTR key, int value,
+                                                         LPCSTR iniPath);
 
 #ifdef __cplusplus
 }
