@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <vector>
 
 #include "platform/win32_types.h"
@@ -21,7 +20,6 @@ struct Spline {
         BuildSpline(&s);
     }
     ~Spline() { DeleteSpline(&s); }
-    float operator()(float t) { return CalcSpline(&s, t); }
 };
 
 // A natural cubic spline in double precision, in the symmetric form
@@ -41,22 +39,19 @@ double ref_spline(const Knots& xs, const Knots& ys, double t) {
     size_t i = 0;
     while (i + 1 < n && t >= x[i + 1]) ++i;
     const double h = x[i + 1] - x[i], l = x[i + 1] - t, u = t - x[i];
-    return (m[i] * l * l * l + m[i + 1] * u * u * u) / (6 * h) + (y[i] / h - m[i] * h / 6) * l +
-           (y[i + 1] / h - m[i + 1] * h / 6) * u;
+    return (m[i] * l * l * l + m[i + 1] * u * u * u) / (6 * h) + (y[i] / h - m[i] * h / 6) * l + (y[i + 1] / h - m[i + 1] * h / 6) * u;
 }
 
 // The tables of a worked example, M = (0, -30/7, 36/7, -30/7, 0): C = M / 2, B the slope
-// at the left knot, D = (M[i+1] - M[i]) / 6. Two knots give the line through them.
-TEST(Spline, WorkedExamples) {
-    Spline sp({0, 1, 2, 3, 4}, {0, 1, 0, 1, 0});
+// at the left knot, D = (M[i+1] - M[i]) / 6. A lone knot and null records give 0.
+TEST(Spline, WorkedExample) {
+    Spline sp({0, 1, 2, 3, 4}, {0, 1, 0, 1, 0}), one({1}, {7});
     const double m[5] = {0, -30.0 / 7, 36.0 / 7, -30.0 / 7, 0}, slope[4] = {12.0 / 7, -3.0 / 7, 0, 3.0 / 7};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_NEAR(sp.s.lpC[i], m[i] / 2, 1e-5) << i;
-        EXPECT_NEAR(sp.s.lpB[i], slope[i], 1e-5) << i;
-        EXPECT_NEAR(sp.s.lpD[i], (m[i + 1] - m[i]) / 6, 1e-5) << i;
-    }
-    Spline line({1, 3}, {2, 6});
-    for (float t : {-10.0f, 1.0f, 2.5f, 40.0f}) EXPECT_FLOAT_EQ(line(t), 2 + 2 * (t - 1)) << t;
+    for (int i = 0; i < 4; ++i)
+        EXPECT_TRUE(std::fabs(sp.s.lpC[i] - m[i] / 2) < 1e-5 && std::fabs(sp.s.lpB[i] - slope[i]) < 1e-5 &&
+                    std::fabs(sp.s.lpD[i] - (m[i + 1] - m[i]) / 6) < 1e-5) << i;
+    EXPECT_TRUE(CalcSpline(&one.s, 1.0f) == 0 && CalcSpline(nullptr, 1.0f) == 0 && InitSpline(nullptr, 3) == 0);
+    BuildSpline(nullptr), DeleteSpline(nullptr);
 }
 
 // Random knots against the double-precision spline, at the knots, between them and beyond
@@ -71,56 +66,9 @@ TEST(Spline, MatchesTheDoubleSplineOnRandomKnots) {
         Spline sp(x, y);
         for (int k = 0; k < 200; ++k) {
             const float t = k <= n ? x[k] : float(x[0] - 1 + (x[n] - x[0] + 2) * rng.range(0, 100000) * 1e-5);
-            ASSERT_NEAR(sp(t), ref_spline(x, y, t), 2e-3) << "seed " << seed << " t " << t;
+            ASSERT_NEAR(CalcSpline(&sp.s, t), ref_spline(x, y, t), 2e-3) << "seed " << seed << " t " << t;
         }
     }
-}
-
-// Segments are chosen by x[0] .. x[n-1] alone: the first one left of x[0], the last one
-// from x[n-1] on, otherwise the first segment i with x[i] ≤ t < x[i+1]; none (0) only when
-// disordered or NaN knots or a NaN t leave no segment. Knots are rewritten between calls
-// (each time followed by BuildSpline, as the host must).
-TEST(Spline, ChoosesTheFirstSegmentHoldingT) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    for (uint64_t seed = 1; seed <= 300; ++seed) {
-        mktest::Rng rng(seed);
-        const int n = rng.range(1, 40);
-        Spline sp(Knots(n + 1, 0), Knots(n + 1, 0));
-        const float* x = sp.s.lpX;
-        for (int round = 0; round < 3; ++round) {
-            for (int i = 0; i <= n; ++i)
-                sp.s.lpX[i] = rng.range(0, 60) ? float(i * 2 + (rng.range(0, 3) ? 0 : rng.range(-6, 6))) : nan, sp.s.lpY[i] = float(rng.range(-50, 50));
-            BuildSpline(&sp.s);
-            for (int k = 0; k < 100; ++k) {
-                const int pick = rng.range(0, 40);
-                const float t = pick == 0 ? nan : pick < 20 ? x[rng.range(0, n)] : rng.range(-10, 2 * n + 10) * 0.5f;
-                int i = t < x[0] ? 0 : t >= x[n - 1] ? n - 1 : -1;
-                for (int j = 0; i < 0 && j + 1 < n; ++j) i = x[j] <= t && t < x[j + 1] ? j : i;
-                const double u = double(t) - (i < 0 ? 0 : x[i]);
-                const float want = i < 0 ? 0.0f : float(((u * u * u) * sp.s.lpD[i] + (u * u) * sp.s.lpC[i]) + u * sp.s.lpB[i] + sp.s.lpY[i]);
-                const float got = sp(t);
-                ASSERT_TRUE(got == want || (std::isnan(got) && std::isnan(want))) << seed << " t " << t << ": " << got << " vs " << want;
-            }
-        }
-    }
-}
-
-// Null records, rebuilt tables (the old ones go first: the leak checker would see them),
-// equal knots, one knot (every value 0) and a failed InitSpline that releases the tables.
-TEST(Spline, RecordsComeAndGoSafely) {
-    SplineData s{};
-    BuildSpline(&s), BuildSpline(nullptr), DeleteSpline(nullptr);
-    EXPECT_TRUE(CalcSpline(&s, 1.0f) == 0 && CalcSpline(nullptr, 1.0f) == 0 && InitSpline(nullptr, 3) == 0);
-    ASSERT_TRUE(InitSpline(&s, 3) == 1 && InitSpline(&s, 5) == 1);
-    for (int i = 0; i <= 5; ++i) s.lpX[i] = s.lpY[i] = float(i == 2 ? 1 : i);  // knots 1 and 2 equal
-    BuildSpline(&s);
-    for (float t = -1; t <= 6; t += 0.125f) EXPECT_TRUE(std::isfinite(CalcSpline(&s, t))) << t;
-    ASSERT_EQ(InitSpline(&s, 0), 1);
-    s.lpX[0] = 1, s.lpY[0] = 7;
-    BuildSpline(&s);
-    EXPECT_EQ(CalcSpline(&s, 1.0f), 0.0f);
-    EXPECT_EQ(InitSpline(&s, -3), 0);
-    EXPECT_TRUE(s.nSegments == 0 && !s.lpX && !s.lpY && !s.lpB && !s.lpC && !s.lpD);
 }
 
 }  // namespace
