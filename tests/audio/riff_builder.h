@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bmp_bytes.h"  // read_file, write_file
+#include "image/bitmap_record.h"  // read_u32le
 
 namespace mktest {
 
@@ -27,8 +28,6 @@ inline Bytes ramp(size_t n, uint8_t first = 1) {
     for (size_t i = 0; i < n; ++i) b[i] = uint8_t(first + i);
     return b;
 }
-
-inline uint32_t u32_at(const Bytes& b, size_t at) { uint32_t v; std::memcpy(&v, &b[at], 4); return v; }
 
 class Riff {
 public:

@@ -44,7 +44,7 @@ Found file_walk(const Bytes& image, bool load, long format, mediakit::BlockAlloc
     WaveForFile r{};
     Found f{mediakit::walk_wave_file(reader, load, &r, alloc), -1, -1, r.dwDataSize, r.dwSampleLength, r.dwLoopStart, r.dwLoopEnd};
     if (r.lpFormat)
-        f.format = format < 0 || std::memcmp(r.lpFormat, &image[size_t(format)], mktest::u32_at(image, size_t(format) - 4)) ? -2 : format;
+        f.format = format < 0 || std::memcmp(r.lpFormat, &image[size_t(format)], mediakit::read_u32le(&image[size_t(format) - 4])) ? -2 : format;
     Bytes want(r.dwDataSize);  // the body, zero where the file ends
     for (size_t i = 0; i < want.size() && r.llDataOffset + i < image.size(); ++i) want[i] = image[r.llDataOffset + i];
     if (load ? r.lpData != nullptr : r.dwDataSize || r.llDataOffset) f.data = long(r.llDataOffset);
@@ -75,7 +75,6 @@ std::vector<Row> rows() {
         {"fmt of 12", Riff().chunk("fmt ", ramp(12)).chunk("data", ramp(4)).bytes(), kFails},
         {"fmt of 14", Riff().chunk("fmt ", ramp(14)).bytes(), {1, 20, -1, 0, 0}},
         {"later fmt of 12", Riff().chunk("fmt ", fmt).chunk("fmt ", ramp(12)).bytes(), {1, 20, -1, 0, 0}, kFails},
-        {"two fmt", Riff().chunk("fmt ", ramp(20)).chunk("fmt ", fmt).bytes(), {1, 20, -1, 0, 0}},
         {"first of each kind, empty data gives way",
          Riff().chunk("fact", body(4)).chunk("fmt ", fmt).chunk("data", {}).chunk("fact", body(4, {{0, 11}}))
              .chunk("fmt ", ramp(20)).chunk("data", ramp(3, 7)).chunk("data", ramp(5)).chunk("fact", body(2)).bytes(),
@@ -95,7 +94,6 @@ std::vector<Row> rows() {
         {"smpl of 52", Riff().chunk("smpl", body(52, {{44, 5}, {48, 9}})).chunk("data", ramp(2)).bytes(), {1, -1, 80, 2, 0},
          Found{1, -1, 80, 2, 0, 5, 9}},
         // Cut short of what riffSize claims: fact header at 36, value at 44, data header at 48.
-        {"cut in the fact header", cut(40), {1, 20, -1, 0, 0}},
         {"cut in the fact value", cut(47), {1, 20, -1, 0, 0}},
         {"cut after the fact", cut(48), {1, 20, -1, 0, 99}},
         {"cut in the data header", cut(55), {1, 20, -1, 0, 99}},
@@ -118,7 +116,7 @@ TEST(WaveWalks, FailedAllocationsFailTheFileWalk) {
     auto refuse_large = [](size_t n) -> void* { return n >= 64 ? nullptr : std::malloc(n); };
     EXPECT_EQ(file_walk(image, true, 20, [](size_t) -> void* { return nullptr; }), kFails);
     EXPECT_EQ(file_walk(image, true, 20, refuse_large), kFails) << "the data block";
-    EXPECT_EQ(file_walk(image, false, 20, refuse_large), (Found{1, 20, 44, 64, 0})) << "streaming needs no data block";
+    EXPECT_EQ(file_walk(image, false, 20, refuse_large), (Found{1, 20, 44, 64, 0})) << "streaming needs none";
 }
 
 // Each output of the memory walk is optional and judged on its own: with no size to look
