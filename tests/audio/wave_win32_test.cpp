@@ -47,19 +47,6 @@ TEST(WaveFile, LoadingClosesTheFileStreamingKeepsItAtTheDataAndFailuresLeaveNoth
     EXPECT_EQ(wav_OpenWaveForFile(nullptr, &r, 1) + wav_OpenWaveForFile(dir.path("a.wav").c_str(), nullptr, 1), 0);
 }
 
-// Without a length, the walk of an image whose sizes lie stops where readable memory ends
-// and keeps what it found before: "fmt " and "fact", and half a "data" header.
-TEST(WaveImage, LyingSizesStopAtTheEndOfReadableMemory) {
-    Bytes bytes = Riff().chunk("fmt ", ramp(16)).chunk("fact", mktest::body(4, {{0, 9}})).chunk("data", ramp(8)).bytes();
-    mktest::GuardedBuffer image(52);
-    std::memcpy(image.data(), bytes.data(), 52);
-    const WAVEFORMATEX* format = nullptr;
-    BYTE* data = nullptr;
-    DWORD size = 1, fact = 1;
-    ASSERT_EQ(wav_ParseWaveResource(image.data(), &format, &fact, &data, &size), 1);
-    EXPECT_TRUE(reinterpret_cast<const uint8_t*>(format) == image.data() + 20 && fact == 9 && !data && !size);
-}
-
 // By name and by identifier; an unknown name leaves the outputs untouched.
 TEST(WaveResource, FoundByNameAndByIdentifier) {
     Bytes file = mktest::read_file(std::string(MK_SOX_WAV_DIR) + "/ima_mono.wav");
@@ -75,26 +62,30 @@ TEST(WaveResource, FoundByNameAndByIdentifier) {
     }
 }
 
-// A resource whose riffSize claims more than it holds, flush against an inaccessible page:
-// the walk stops at the resource's own size, before the cut "fact" value.
+// An image whose riffSize claims more than it holds, flush against an inaccessible page,
+// its "fact" value cut: without a length the walk stops where readable memory ends, and a
+// resource's walk at the resource's own size.
 mktest::GuardedBuffer* g_resource = nullptr;
 HRSRC WINAPI fake_find(HMODULE, LPCSTR, LPCSTR) { return reinterpret_cast<HRSRC>(0x40); }
 HGLOBAL WINAPI fake_load(HMODULE, HRSRC) { return reinterpret_cast<HGLOBAL>(0x80); }
 LPVOID WINAPI fake_lock(HGLOBAL) { return g_resource->data(); }
 DWORD WINAPI fake_size(HMODULE, HRSRC) { return DWORD(g_resource->size()); }
 
-TEST(WaveResource, ResourceSizeBoundsTheWalk) {
+TEST(WaveImage, LyingSizesStopAtTheEndOfTheImage) {
     Bytes image = Riff().chunk("fmt ", ramp(16)).chunk("fact", mktest::body(4, {{0, 9}})).bytes(4096);
     mktest::GuardedBuffer guarded(image.size() - 2);
     std::memcpy(guarded.data(), image.data(), guarded.size());
     g_resource = &guarded;
     const mediakit::WaveCalls fake = {fake_find, fake_load, fake_lock, fake_size};
-    mediakit::set_wave_calls_for_test(&fake);
-    const WAVEFORMATEX* format = nullptr;
-    DWORD fact = 77;
-    EXPECT_EQ(wav_GetWaveForResource(nullptr, "x", &format, &fact, nullptr, nullptr), 1);
-    EXPECT_TRUE(reinterpret_cast<const uint8_t*>(format) == guarded.data() + 20 && fact == 0);
-    mediakit::set_wave_calls_for_test(nullptr);
+    for (bool resource : {false, true}) {
+        const WAVEFORMATEX* format = nullptr;
+        DWORD fact = 77;
+        mediakit::set_wave_calls_for_test(&fake);
+        EXPECT_EQ(resource ? wav_GetWaveForResource(nullptr, "x", &format, &fact, nullptr, nullptr)
+                           : wav_ParseWaveResource(guarded.data(), &format, &fact, nullptr, nullptr), 1);
+        mediakit::set_wave_calls_for_test(nullptr);
+        EXPECT_TRUE(reinterpret_cast<const uint8_t*>(format) == guarded.data() + 20 && fact == 0) << resource;
+    }
 }
 
 }  // namespace
