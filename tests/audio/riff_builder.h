@@ -1,43 +1,56 @@
 // RIFF WAVE images for tests, chunk by chunk, with sizes that may lie.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <string>
+#include <cstring>
 #include <vector>
 
 #include "bmp_bytes.h"  // read_file, write_file
+#include "image/bitmap_record.h"  // read_u32le
 
 namespace mktest {
 
-class RiffBuilder {
+using Bytes = std::vector<uint8_t>;
+
+/// A body of `size` zero bytes with little-endian 32-bit values at the given offsets
+/// (bytes past the end are dropped).
+inline Bytes body(size_t size, std::initializer_list<std::pair<size_t, uint32_t>> values = {}) {
+    Bytes b(size);
+    for (const auto& [at, v] : values)
+        for (size_t i = 0; i < 4 && at + i < size; ++i) b[at + i] = uint8_t(v >> (8 * i));
+    return b;
+}
+
+/// n bytes counting up from `first`.
+inline Bytes ramp(size_t n, uint8_t first = 1) {
+    Bytes b(n);
+    for (size_t i = 0; i < n; ++i) b[i] = uint8_t(first + i);
+    return b;
+}
+
+class Riff {
 public:
-    /// A chunk whose size field is its body's length; an odd body gets its pad byte.
-    RiffBuilder& chunk(const char* id, const std::vector<uint8_t>& body);
-    /// A chunk whose size field says `declared`, whatever the body holds; no pad byte.
-    RiffBuilder& chunk_declared(const char* id, uint32_t declared, const std::vector<uint8_t>& body);
-    RiffBuilder& raw(const std::vector<uint8_t>& bytes);
-
-    /// The offset the next chunk's body will have.
-    size_t next_body_offset() const { return 12 + chunks_.size() + 8; }
-
-    /// The image with riffSize = length - 8, or the given riffSize.
-    std::vector<uint8_t> bytes() const;
-    std::vector<uint8_t> bytes(uint32_t riff_size) const;
+    /// A chunk whose size field says `declared`, or honestly the body's length, in which
+    /// case an odd body gets its pad byte.
+    Riff& chunk(const char* id, const Bytes& b, int64_t declared = -1) {
+        chunks_.insert(chunks_.end(), id, id + 4);
+        Bytes size = body(4, {{0, uint32_t(declared < 0 ? b.size() : declared)}});
+        chunks_.insert(chunks_.end(), size.begin(), size.end());
+        chunks_.insert(chunks_.end(), b.begin(), b.end());
+        if (declared < 0 && b.size() % 2) chunks_.push_back(0xEE);  // never a valid id byte
+        return *this;
+    }
+    /// The image, with riffSize = length - 8 unless given.
+    Bytes bytes(int64_t riff_size = -1) const {
+        Bytes out = body(12 + chunks_.size(), {{4, uint32_t(riff_size < 0 ? 4 + chunks_.size() : riff_size)}});
+        std::memcpy(&out[0], "RIFF", 4), std::memcpy(&out[8], "WAVE", 4);
+        std::copy(chunks_.begin(), chunks_.end(), out.begin() + 12);
+        return out;
+    }
 
 private:
-    std::vector<uint8_t> chunks_;
+    Bytes chunks_;
 };
-
-/// A "fmt " body of `size` bytes (at least 14): tag, channels, rate, block align and bits
-/// as given, the rest zero.
-std::vector<uint8_t> format_body(uint16_t tag, uint16_t channels, uint32_t rate, uint16_t bits,
-                                 size_t size = 16);
-/// n bytes counting up from `first`.
-std::vector<uint8_t> ramp(size_t n, uint8_t first = 1);
-/// The little-endian 32-bit value at an offset of an image.
-uint32_t read_u32le_at(const std::vector<uint8_t>& bytes, size_t at);
-/// Little-endian 32-bit values at the given offsets of a body of `size` zero bytes (bytes
-/// past the end are dropped).
-std::vector<uint8_t> body_with_u32(size_t size, std::initializer_list<std::pair<size_t, uint32_t>> values);
 
 }  // namespace mktest

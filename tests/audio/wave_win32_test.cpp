@@ -3,10 +3,6 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "guarded.h"
 #include "mediakit.h"
 #include "platform/wave_calls.h"
@@ -15,167 +11,81 @@
 
 namespace {
 
-using mktest::body_with_u32;
-using mktest::format_body;
+using mktest::Bytes;
 using mktest::ramp;
-using mktest::RiffBuilder;
+using mktest::Riff;
 
-bool is_zero(const WaveForFile& r) {
-    static const WaveForFile kZero{};
-    return std::memcmp(&r, &kZero, sizeof r) == 0;
-}
-
+bool is_zero(const WaveForFile& r) { static const WaveForFile kZero{}; return std::memcmp(&r, &kZero, sizeof r) == 0; }
 // A file can be deleted only while no handle is open on it.
 bool no_handle_open(const std::string& path) { return DeleteFileA(path.c_str()) != 0; }
 
-std::string sox_file(const char* name) { return std::string(MK_SOX_WAV_DIR) + "/" + name; }
-
-class WaveFileTest : public testing::Test {
-protected:
-    std::string write(const std::string& name, const std::vector<uint8_t>& bytes) {
-        mktest::write_file(dir_.path(name), bytes);
-        return dir_.path(name);
-    }
-    void TearDown() override { wav_CloseWaveForFile(&record_); }
-    mktest::TempDir dir_;
-    WaveForFile record_{};
-};
-
-TEST_F(WaveFileTest, LoadingClosesTheFileAndStreamingKeepsItAtTheData) {
-    const std::vector<uint8_t> bytes =
-        RiffBuilder().chunk("fmt ", format_body(1, 1, 8000, 8)).chunk("LIST", ramp(7)).chunk("data", ramp(10, 40)).bytes();
-    std::string path = write("a.wav", bytes);
-    ASSERT_EQ(wav_OpenWaveForFile(path.c_str(), &record_, 1), 1);
-    EXPECT_EQ(record_.hFile, nullptr);
-    EXPECT_EQ(record_.llDataOffset, 60);
-    ASSERT_EQ(record_.dwDataSize, 10u);
-    EXPECT_EQ(std::vector<uint8_t>(record_.lpData, record_.lpData + 10), ramp(10, 40));
-    EXPECT_TRUE(no_handle_open(path));
-
-    path = write("s.wav", bytes);
-    ASSERT_EQ(wav_OpenWaveForFile(path.c_str(), &record_, 0), 1) << "the loaded record is closed first";
-    ASSERT_NE(record_.hFile, nullptr);
-    EXPECT_EQ(record_.lpData, nullptr);
-    EXPECT_EQ(fl_GetFilePointer(record_.hFile), record_.llDataOffset);
-    uint8_t samples[10] = {};
-    DWORD got = 0;
-    ASSERT_TRUE(ReadFile(record_.hFile, samples, sizeof samples, &got, nullptr));
-    EXPECT_EQ(std::vector<uint8_t>(samples, samples + got), ramp(10, 40));
-    EXPECT_FALSE(no_handle_open(path));
-    wav_CloseWaveForFile(&record_);
-    EXPECT_TRUE(is_zero(record_));
-    EXPECT_TRUE(no_handle_open(path));
-}
-
-TEST_F(WaveFileTest, FailuresLeaveTheRecordAllZeroAndNoHandleOpen) {
-    std::string good = write("good.wav", RiffBuilder().chunk("fmt ", format_body(1, 2, 22050, 16)).chunk("data", ramp(8)).bytes());
-    const std::vector<uint8_t> rows[] = {
-        RiffBuilder().chunk("fmt ", ramp(12)).chunk("data", ramp(4)).bytes(),
-        {'R', 'I', 'F', 'X', 4, 0, 0, 0, 'W', 'A', 'V', 'E'},
-        {'R', 'I', 'F', 'F'},
-        // Loading mode cannot allocate a data block of almost 4 GiB in a 32-bit process.
-        RiffBuilder().chunk("fmt ", format_body(1, 1, 8000, 8)).chunk_declared("data", 0xFFFFFFF0, ramp(16)).bytes(),
+TEST(WaveFile, LoadingClosesTheFileStreamingKeepsItAtTheDataAndFailuresLeaveNothing) {
+    mktest::TempDir dir;
+    WaveForFile r{};
+    auto open = [&](const Bytes& bytes, int load, const char* name = "a.wav") {
+        mktest::write_file(dir.path(name), bytes);
+        return wav_OpenWaveForFile(dir.path(name).c_str(), &r, load);
     };
-    for (const auto& bytes : rows) {
-        std::string bad = write("bad.wav", bytes);
-        ASSERT_EQ(wav_OpenWaveForFile(good.c_str(), &record_, 0), 1);  // holds a handle
-        EXPECT_EQ(wav_OpenWaveForFile(bad.c_str(), &record_, 1), 0) << bytes.size();
-        EXPECT_TRUE(is_zero(record_));
-        EXPECT_TRUE(no_handle_open(bad));
+    const Bytes good = Riff().chunk("fmt ", ramp(16)).chunk("LIST", ramp(7)).chunk("data", ramp(10, 40)).bytes();
+    ASSERT_EQ(open(good, 1), 1);
+    EXPECT_TRUE(!r.hFile && r.llDataOffset == 60 && Bytes(r.lpData, r.lpData + r.dwDataSize) == ramp(10, 40));
+    EXPECT_TRUE(no_handle_open(dir.path("a.wav")));
+    // Failures close the record first, whatever it held. Loading cannot allocate a data
+    // block of almost 4 GiB in a 32-bit process.
+    const Bytes bad[] = {Riff().chunk("fmt ", ramp(12)).bytes(), Bytes{'R', 'I', 'F', 'F'},
+                         Riff().chunk("fmt ", ramp(16)).chunk("data", ramp(16), 0xFFFFFFF0).bytes()};
+    for (const Bytes& bytes : bad) {
+        ASSERT_EQ(open(good, 0), 1);
+        Bytes samples(10);
+        DWORD got = 0;
+        ASSERT_TRUE(r.hFile && !r.lpData && ReadFile(r.hFile, samples.data(), 10, &got, nullptr));
+        EXPECT_EQ(samples, ramp(10, 40)) << "streaming starts at the first data byte";
+        EXPECT_EQ(open(bytes, 1, "b.wav"), 0) << bytes.size();
+        EXPECT_TRUE(is_zero(r) && no_handle_open(dir.path("a.wav")) && no_handle_open(dir.path("b.wav")));
     }
-    EXPECT_EQ(wav_OpenWaveForFile(dir_.path("missing.wav").c_str(), &record_, 1), 0);
-    EXPECT_TRUE(is_zero(record_));
-    EXPECT_EQ(wav_OpenWaveForFile(nullptr, &record_, 1), 0);
-    EXPECT_EQ(wav_OpenWaveForFile(good.c_str(), nullptr, 1), 0);
-    EXPECT_TRUE(no_handle_open(good));
+    EXPECT_EQ(wav_OpenWaveForFile(dir.path("missing.wav").c_str(), &r, 1), 0);
+    EXPECT_EQ(wav_OpenWaveForFile(nullptr, &r, 1) + wav_OpenWaveForFile(dir.path("a.wav").c_str(), nullptr, 1), 0);
 }
 
-// The file walk and the memory walk agree on files written by sox.
-TEST_F(WaveFileTest, SoxFilesReadAlikeFromFileAndMemory) {
-    for (const char* name : {"ima_mono.wav", "ms_stereo.wav", "mulaw_mono.wav", "ima_stereo_ref.wav"}) {
-        SCOPED_TRACE(name);
-        std::vector<uint8_t> bytes = mktest::read_file(sox_file(name));
-        const WAVEFORMATEX* format = nullptr;
-        BYTE* data = nullptr;
-        DWORD size = 0, fact = 0;
-        ASSERT_EQ(wav_ParseWaveResource(bytes.data(), &format, &fact, &data, &size), 1);
-        ASSERT_EQ(wav_OpenWaveForFile(sox_file(name).c_str(), &record_, 1), 1);
-        ASSERT_TRUE(format && record_.lpFormat);
-        size_t format_bytes = mktest::read_u32le_at(bytes, size_t(reinterpret_cast<const uint8_t*>(format) - bytes.data()) - 4);
-        EXPECT_EQ(std::memcmp(record_.lpFormat, format, format_bytes), 0);
-        EXPECT_EQ(record_.dwSampleLength, fact);
-        EXPECT_EQ(fact != 0, format->wFormatTag != WAVE_FORMAT_PCM) << "sox writes fact for compressed data";
-        ASSERT_EQ(record_.dwDataSize, size);
-        EXPECT_EQ(record_.llDataOffset, data - bytes.data());
-        EXPECT_EQ(std::memcmp(record_.lpData, data, size), 0);
-    }
-}
-
-// An image handed over without a length whose sizes claim far more than there is: the walk
-// stops where readable memory ends and keeps what it found before.
-TEST(WaveImage, LyingSizesStopAtTheEndOfReadableMemory) {
-    std::vector<uint8_t> bytes = mktest::read_file(sox_file("ima_mono.wav"));
-    bytes.resize(56);  // "RIFF", "WAVE", "fmt ", "fact", and half of the "data" header
-    mktest::GuardedBuffer image(bytes.size());
-    std::memcpy(image.data(), bytes.data(), bytes.size());
-    const WAVEFORMATEX* format = nullptr;
-    BYTE* data = nullptr;
-    DWORD size = 1, fact = 1;
-    ASSERT_EQ(wav_ParseWaveResource(image.data(), &format, &fact, &data, &size), 1);
-    EXPECT_EQ(reinterpret_cast<const uint8_t*>(format), image.data() + 20);
-    EXPECT_EQ(fact, mktest::read_u32le_at(bytes, 48));
-    EXPECT_EQ(data, nullptr);
-    EXPECT_EQ(size, 0u);
-}
-
+// By name and by identifier; an unknown name leaves the outputs untouched.
 TEST(WaveResource, FoundByNameAndByIdentifier) {
-    std::vector<uint8_t> file = mktest::read_file(sox_file("ima_mono.wav"));
-    const LPCSTR names[] = {"chime", "CHIME", MAKEINTRESOURCEA(101)};
-    for (LPCSTR name : names) {
+    Bytes file = mktest::read_file(std::string(MK_SOX_WAV_DIR) + "/ima_mono.wav");
+    for (LPCSTR name : {LPCSTR("chime"), LPCSTR("CHIME"), LPCSTR(MAKEINTRESOURCEA(101)), LPCSTR("nosuch")}) {
+        const bool known = IS_INTRESOURCE(name) || std::strcmp(name, "nosuch") != 0;
         const WAVEFORMATEX* format = nullptr;
-        BYTE* data = nullptr;
+        BYTE* data = reinterpret_cast<BYTE*>(0x10);
         DWORD size = 0, fact = 0;
-        ASSERT_EQ(wav_GetWaveForResource(GetModuleHandleA(nullptr), name, &format, &fact, &data, &size), 1);
-        ASSERT_NE(format, nullptr);
-        EXPECT_EQ(format->wFormatTag, 0x11) << "IMA ADPCM";
-        EXPECT_EQ(std::memcmp(format, file.data() + 20, 20), 0);
-        EXPECT_EQ(fact, mktest::read_u32le_at(file, 48));
-        ASSERT_EQ(size, file.size() - 60);
-        EXPECT_EQ(std::memcmp(data, file.data() + 60, size), 0);
+        ASSERT_EQ(wav_GetWaveForResource(GetModuleHandleA(nullptr), name, &format, &fact, &data, &size), known);
+        EXPECT_TRUE(known ? !std::memcmp(format, &file[20], 20) && fact == mediakit::read_u32le(&file[48]) &&
+                                Bytes(data, data + size) == Bytes(file.begin() + 60, file.end())
+                          : !format && data == reinterpret_cast<BYTE*>(0x10));
     }
-    const WAVEFORMATEX* format = reinterpret_cast<const WAVEFORMATEX*>(0x10);
-    EXPECT_EQ(wav_GetWaveForResource(GetModuleHandleA(nullptr), "nosuch", &format, nullptr, nullptr, nullptr), 0);
-    EXPECT_EQ(format, reinterpret_cast<const WAVEFORMATEX*>(0x10)) << "outputs untouched";
 }
 
-// A resource whose riffSize claims more than it holds, flush against an inaccessible page:
-// the walk stops at the resource's own size. Each of find, load and lock may fail.
-const uint8_t* g_resource = nullptr;
-DWORD g_resource_size = 0;
-int g_fail_step = -1;
-HRSRC WINAPI fake_find(HMODULE, LPCSTR, LPCSTR) { return g_fail_step == 0 ? nullptr : reinterpret_cast<HRSRC>(0x40); }
-HGLOBAL WINAPI fake_load(HMODULE, HRSRC) { return g_fail_step == 1 ? nullptr : reinterpret_cast<HGLOBAL>(0x80); }
-LPVOID WINAPI fake_lock(HGLOBAL) { return g_fail_step == 2 ? nullptr : const_cast<uint8_t*>(g_resource); }
-DWORD WINAPI fake_size(HMODULE, HRSRC) { return g_resource_size; }
+// An image whose riffSize claims more than it holds, flush against an inaccessible page,
+// its "fact" value cut: without a length the walk stops where readable memory ends, and a
+// resource's walk at the resource's own size.
+mktest::GuardedBuffer* g_resource = nullptr;
+HRSRC WINAPI fake_find(HMODULE, LPCSTR, LPCSTR) { return reinterpret_cast<HRSRC>(0x40); }
+HGLOBAL WINAPI fake_load(HMODULE, HRSRC) { return reinterpret_cast<HGLOBAL>(0x80); }
+LPVOID WINAPI fake_lock(HGLOBAL) { return g_resource->data(); }
+DWORD WINAPI fake_size(HMODULE, HRSRC) { return DWORD(g_resource->size()); }
 
-TEST(WaveResource, ResourceSizeBoundsTheWalk) {
-    auto image = RiffBuilder().chunk("fmt ", format_body(1, 1, 8000, 8)).chunk("fact", body_with_u32(4, {{0, 9}})).bytes(4096);
-    image.resize(image.size() - 2);  // the fact value is cut
-    mktest::GuardedBuffer guarded(image.size());
-    std::memcpy(guarded.data(), image.data(), image.size());
-    g_resource = guarded.data();
-    g_resource_size = DWORD(image.size());
+TEST(WaveImage, LyingSizesStopAtTheEndOfTheImage) {
+    Bytes image = Riff().chunk("fmt ", ramp(16)).chunk("fact", mktest::body(4, {{0, 9}})).bytes(4096);
+    mktest::GuardedBuffer guarded(image.size() - 2);
+    std::memcpy(guarded.data(), image.data(), guarded.size());
+    g_resource = &guarded;
     const mediakit::WaveCalls fake = {fake_find, fake_load, fake_lock, fake_size};
-    mediakit::set_wave_calls_for_test(&fake);
-    for (int step : {-1, 0, 1, 2}) {
-        g_fail_step = step;
+    for (bool resource : {false, true}) {
         const WAVEFORMATEX* format = nullptr;
         DWORD fact = 77;
-        EXPECT_EQ(wav_GetWaveForResource(nullptr, "x", &format, &fact, nullptr, nullptr), step < 0 ? 1 : 0) << step;
-        EXPECT_EQ(fact, step < 0 ? 0u : 77u) << step;
-        EXPECT_EQ(format != nullptr, step < 0) << step;
+        mediakit::set_wave_calls_for_test(&fake);
+        EXPECT_EQ(resource ? wav_GetWaveForResource(nullptr, "x", &format, &fact, nullptr, nullptr)
+                           : wav_ParseWaveResource(guarded.data(), &format, &fact, nullptr, nullptr), 1);
+        mediakit::set_wave_calls_for_test(nullptr);
+        EXPECT_TRUE(reinterpret_cast<const uint8_t*>(format) == guarded.data() + 20 && fact == 0) << resource;
     }
-    mediakit::set_wave_calls_for_test(nullptr);
 }
 
 }  // namespace

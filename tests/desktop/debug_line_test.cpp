@@ -7,41 +7,23 @@
 
 namespace {
 
-using mediakit::format_debug_line;
-using mediakit::kErrorTextBytes;
-
 bool cp932_lead(unsigned char c) { return (c >= 0x81 && c <= 0x9F) || (c >= 0xE0 && c <= 0xFC); }
 
-std::string line(const char* text) {
-    // Guard bytes after the buffer show that nothing is written past its 2048 bytes.
-    std::vector<char> buffer(kErrorTextBytes + 16, '\x7F');
-    format_debug_line(text, cp932_lead, buffer.data());
-    for (size_t i = kErrorTextBytes; i < buffer.size(); ++i) EXPECT_EQ(buffer[i], '\x7F') << i;
-    return buffer.data();
-}
-
-TEST(DebugLine, AddsALineFeed) {
-    EXPECT_EQ(line(""), "\n");
-    EXPECT_EQ(line(nullptr), "\n");
-    EXPECT_EQ(line("cannot open sound.wav"), "cannot open sound.wav\n");
-    EXPECT_EQ(line("%s%d"), "%s%d\n") << "the text is not a format";
-    EXPECT_EQ(line("\x83\x54\x83\x45\x83\x93\x83\x68"), "\x83\x54\x83\x45\x83\x93\x83\x68\n");
-}
-
-TEST(DebugLine, LongTextsAreCutAtAWholeCharacter) {
-    const std::string a2046(2046, 'a');
-    EXPECT_EQ(line(a2046.c_str()), a2046 + "\n");
-    EXPECT_EQ(line((a2046 + "bcd").c_str()), a2046 + "\n");
-    // A double-byte character that would straddle the cut is left out whole.
-    const std::string a2045(2045, 'a');
-    EXPECT_EQ(line((a2045 + "\x83\x54").c_str()), a2045 + "\n");
-    EXPECT_EQ(line((a2045 + "b\x83\x54").c_str()), a2045 + "b\n");
-    const std::string a2044(2044, 'a');
-    EXPECT_EQ(line((a2044 + "\x83\x54" + "c").c_str()), a2044 + "\x83\x54\n");
-    // A trail byte that looks like a lead byte does not shift the character grid.
-    std::string pairs;
+TEST(DebugLine, AddsALineFeedAndCutsLongTextsAtAWholeCharacter) {
+    const std::string a2044(2044, 'a'), a2045 = a2044 + "a", a2046 = a2045 + "a", dbcs = "\x83\x54";
+    std::string pairs;  // a trail byte that looks like a lead byte does not shift the grid
     while (pairs.size() < 3000) pairs += "\x83\x83";
-    EXPECT_EQ(line(pairs.c_str()), pairs.substr(0, 2046) + "\n");
+    const struct { std::string text, line; } rows[] = {
+        {"", "\n"}, {"%s%d", "%s%d\n"}, {"\x83\x54\x83\x45", "\x83\x54\x83\x45\n"},
+        {a2046, a2046 + "\n"}, {a2046 + "b", a2046 + "\n"},
+        {a2045 + dbcs, a2045 + "\n"}, {a2045 + "b" + dbcs, a2045 + "b\n"},
+        {a2044 + dbcs + "c", a2044 + dbcs + "\n"}, {pairs, pairs.substr(0, 2046) + "\n"}};
+    for (const auto& row : rows) {
+        std::vector<char> buffer(mediakit::kErrorTextBytes + 16, '\x7F');  // guard bytes after the 2048
+        mediakit::format_debug_line(row.text.empty() ? nullptr : row.text.c_str(), cp932_lead, buffer.data());
+        EXPECT_EQ(buffer.data(), row.line) << row.line.size();
+        EXPECT_EQ(std::string(buffer.end() - 16, buffer.end()), std::string(16, '\x7F'));
+    }
 }
 
 }  // namespace
