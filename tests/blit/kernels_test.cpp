@@ -1,0 +1,166 @@
+// Every vector kernel against its reference, byte for byte, at each level the processor has:
+// widths 1..40 and some large ones, strides with spare bytes, blocks flush against a guard
+// page after their last byte or before their first, parameters leaning to their edges.
+#include <cmath>
+#include <limits>
+#include <memory>
+
+#include "blit/area_scale.h"
+#include "blit/const_blend.h"
+#include "blit/copy.h"
+#include "blit/hsb.h"
+#include "blit/key_blit.h"
+#include "blit/mask_blend.h"
+#include "blit_support.h"
+
+namespace {
+
+using namespace mediakit;
+using mktest::Rng;
+
+// One rectangle as a kernel sees it: the destination's stride and the sources' rows.
+struct Rows {
+    ptrdiff_t ds;
+    const uint8_t *a, *b, *m;
+    ptrdiff_t as, bs, ms;
+    int w, h, step;
+};
+
+// A kernel call: level, destination, rows, one integer parameter and 32 random bits more.
+using Run = void (*)(int, uint8_t*, const Rows&, int32_t, uint32_t);
+struct KernelCase {
+    const char* name;
+    Run run;
+    int step;  // bytes per mask pixel; 0: either 1 or 3
+    std::vector<int> edges;
+    int lo, hi;
+};
+
+MaskRows mask_rows(uint8_t* d, const Rows& r) { return {d, r.a, r.b, r.m, r.ds, r.as, r.bs, r.ms, r.step, r.w, r.h}; }
+KeyBlitRect key_rect(uint8_t* d, const Rows& r, int32_t v, uint32_t x, bool masked) {
+    uint8_t lo = uint8_t(x), hi = uint8_t(x >> 8);
+    return {d, r.a, masked ? r.m : nullptr, r.ds, r.as, r.ms, r.w, r.h, r.step, std::min(lo, hi), std::max(lo, hi), v, nullptr};
+}
+// Arguments with few bits put many results on a rounding boundary; the odd ones reach NaN,
+// infinities and conversions out of range.
+double hsb_value(uint32_t x, double scale) {
+    static const double kOdd[] = {1.0 / 3, 0.5, 1.0, -1.0, 0.0, 5.0 / 6, 1e-17, 3.0, 1e10, 1e300, 2147483648.5,
+                                  std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+                                  -std::numeric_limits<double>::infinity()};
+    if (x % 4 == 0) return kOdd[(x >> 2) % std::size(kOdd)];
+    return x % 4 == 1 ? int(x >> 2) % 193 / 64.0 * scale : (int32_t(x) / 2147483648.0) * scale;
+}
+
+const std::vector<int> kAlphas = {0, 1, 127, 128, 255, 256, 257, -1, 65536 + 128, INT32_MIN, INT32_MAX};
+const std::vector<int> kTimes = {INT32_MIN, -40000, -256, -1, 0, 1, 128, 255, 256, 300, 510, 511, 512, 32768, 70000};
+
+const KernelCase kKernels[] = {
+    {"copy", [](int l, uint8_t* d, const Rows& r, int32_t, uint32_t) { copy_rect24_kernel(l)(d, r.a, r.w, r.h, r.ds, r.as); },
+     3, {0}, 0, 0},
+    {"blend", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t) {
+         blend_kernel(l)({d, r.a, r.b, r.ds, r.as, r.bs, r.w, r.h, v, nullptr, nullptr}); }, 3, kAlphas, 0, 256},
+    {"fill", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t x) {
+         fill_kernel(l)({d, r.ds, r.w, r.h, {uint8_t(x), uint8_t(x >> 8), uint8_t(x >> 16)}, v}, x >> 31); }, 3, kAlphas, 0, 256},
+    {"offset", [](int l, uint8_t* d, const Rows& r, int32_t, uint32_t x) {
+         offset_kernel(l)({d, r.ds, 3 * r.w, r.h, uint8_t(x % 4 == 0 ? 0 : x % 4 == 1 ? 255 : x >> 8)}); }, 3, {0}, 0, 0},
+    {"mask key", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t x) { mask_key_kernel(l)(key_rect(d, r, v, x, true)); },
+     0, {256, 256, 1, 128, 255, 257, -1, INT32_MIN}, 1, 255},
+    {"colour key", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t x) { color_key_kernel(l)(key_rect(d, r, v, x, false)); },
+     3, {256, 256, 1, 128, 255, 257, -1, INT32_MIN}, 1, 255},
+    {"mask alpha per pixel", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t) { mask_alpha_pixel_kernel(l)(mask_rows(d, r), v); },
+     0, {1, 2, 127, 128, 254, 255, 256}, 1, 256},
+    {"mask alpha mmx", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t) { mask_alpha_mmx_kernel(l)(mask_rows(d, r), v); },
+     3, {1, 128, 254, 255, 256, -1, 257, 65535, 65792, -65281, INT32_MIN, INT32_MAX}, 1, 256},
+    {"mask time per pixel", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t) { mask_time_pixel_kernel(l)(mask_rows(d, r), v); },
+     0, kTimes, -300, 800},
+    {"mask time mmx", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t) { mask_time_mmx_kernel(l)(mask_rows(d, r), v); },
+     3, kTimes, -300, 510},
+    {"hue and saturation", [](int l, uint8_t* d, const Rows& r, int32_t, uint32_t x) {
+         HsbArgs args{hsb_value(x, 3), hsb_value(x * 2654435761u, 1), (x & 64) != 0};
+         revise_hsb(d, r.ds, r.w, r.h, args, hsb_kernels(l)); }, 3, {0}, 0, 0},
+};
+
+class Kernels : public mktest::AtSimdLevel {};
+
+TEST_P(Kernels, MatchTheirReferencesAndStayInside) {
+    std::vector<int> widths = {47, 48, 49, 63, 64, 65, 95, 96, 97, 640, 1921};
+    for (int w = 1; w <= 40; ++w) widths.push_back(w);
+    uint64_t seed = 0;
+    for (const KernelCase& k : kKernels) {
+        for (int w : widths) {
+            for (int round = 0; round < 8; ++round) {
+                Rng rng(++seed);
+                const auto guard = round % 2 ? mktest::Guard::kAfter : mktest::Guard::kBefore;
+                const int h = rng.range(1, 3), step = k.step ? k.step : rng.range(0, 1) ? 3 : 1;
+                const int32_t v = mktest::edgy(rng, k.edges, k.lo, k.hi);
+                const uint32_t x = uint32_t(rng.next());
+                std::unique_ptr<mktest::GuardedBuffer> p[4];
+                ptrdiff_t stride[4];
+                for (int i = 0; i < 4; ++i) {
+                    const int row = i == 3 ? step * w : 3 * w;
+                    stride[i] = row + rng.range(0, 7);
+                    p[i] = std::make_unique<mktest::GuardedBuffer>(stride[i] * (h - 1) + row, guard);
+                    uint8_t* b = p[i]->data();
+                    const int kind = rng.range(0, 3);  // runs, biased bytes, bytes near the parameter
+                    if (kind == 0) mktest::fill_runs(b, p[i]->size(), 1, rng);
+                    for (size_t j = 0; kind && j < p[i]->size(); ++j)
+                        b[j] = kind == 3 ? uint8_t(std::clamp<int64_t>(int64_t(v) + rng.range(-3, 3), 0, 255)) : rng.biased_byte();
+                    if (kind == 0 && i < 3)  // whole black and white pixels
+                        for (size_t j = 0; j + 3 <= p[i]->size(); j += 3) b[j + 1] = b[j + 2] = b[j];
+                }
+                const Rows rows{stride[0], p[1]->data(), p[2]->data(), p[3]->data(), stride[1], stride[2], stride[3], w, h, step};
+                std::vector<uint8_t> expected(p[0]->data(), p[0]->data() + p[0]->size());
+                k.run(0, expected.data(), rows, v, x);
+                k.run(level(), p[0]->data(), rows, v, x);
+                ASSERT_EQ(mktest::first_difference(expected, p[0]->data(), expected.size()), "")
+                    << k.name << ", width " << w << ", height " << h << ", step " << step << ", value " << v << ", bits "
+                    << x << ", seed " << seed;
+            }
+        }
+    }
+}
+
+// The scaling kernel on its own shapes: shrinking, growing, equal sizes, many strips, tall
+// and wide footprints, and a drawn part of the destination as clipping leaves it.
+TEST_P(Kernels, AreaScaleMatchesItsReference) {
+    int fitted = 0, large_weights = 0;
+    for (uint64_t seed = 1; seed <= 1200; ++seed) {
+        Rng rng(seed);
+        int w, h, sw, sh;
+        switch (rng.range(0, 6)) {
+            case 0: w = rng.range(1, 40), h = rng.range(1, 12), sw = rng.range(w, 5 * w), sh = rng.range(h, 5 * h); break;
+            case 1: sw = rng.range(1, 12), sh = rng.range(1, 8), w = rng.range(sw, 9 * sw), h = rng.range(sh, 9 * sh); break;
+            case 2: w = sw = rng.range(1, 40), h = sh = rng.range(1, 8); break;
+            case 3: w = rng.range(1, 3), h = rng.range(1, 3), sw = rng.range(1, 3), sh = rng.range(1, 3); break;
+            case 4: w = rng.range(200, 700), h = rng.range(1, 3), sw = rng.range(w / 2, 4 * w), sh = rng.range(1, 6); break;
+            case 5: w = rng.range(1, 8), h = rng.range(1, 3), sw = rng.range(1, 30), sh = rng.range(100 * h, 140 * h); break;
+            default: w = rng.range(1, 3), h = rng.range(1, 3), sw = rng.range(200, 2500), sh = rng.range(1, 40); break;
+        }
+        AreaScale a{w, h, sw, sh, 0, w, 0, h, nullptr, 0, nullptr, 0};
+        if (rng.range(0, 1)) {
+            a.i_begin = rng.range(0, w - 1), a.i_end = rng.range(a.i_begin + 1, w);
+            a.j_begin = rng.range(0, h - 1), a.j_end = rng.range(a.j_begin + 1, h);
+        }
+        const int dw = a.i_end - a.i_begin, dh = a.j_end - a.j_begin;
+        a.src_stride = 3 * sw + rng.range(0, 7), a.dst_stride = 3 * dw + rng.range(0, 7);
+        mktest::GuardedBuffer src(a.src_stride * (sh - 1) + 3 * sw), dst(a.dst_stride * (dh - 1) + 3 * dw);
+        for (size_t i = 0; i < src.size(); ++i) src.data()[i] = rng.biased_byte();
+        for (size_t i = 0; i < dst.size(); ++i) dst.data()[i] = rng.byte();
+        a.src = src.data();
+        std::vector<uint8_t> expected(dst.data(), dst.data() + dst.size());
+        a.dst = expected.data();
+        area_scale_ref(a);
+        a.dst = dst.data();
+        area_scale_kernel(level())(a);
+        ASSERT_EQ(mktest::first_difference(expected, dst.data(), dst.size()), "")
+            << "seed " << seed << ": " << sw << "x" << sh << " -> " << w << "x" << h;
+        if (area_scale_fits_kernels(a)) fitted++, large_weights += !area_scale_small_weights(a);
+    }
+    // Most cases reach the strip kernel itself, and some its double quotients.
+    EXPECT_GT(fitted, 900);
+    EXPECT_GT(large_weights, 60);
+}
+
+MKTEST_LEVELS(Kernels, mediakit::SimdLevel::kSse2, mediakit::SimdLevel::kAvx2);
+
+}  // namespace

@@ -1,0 +1,167 @@
+// Values worked out by hand from each blit's rule, through the exports at every level:
+// single pixels on both settings of the switch, hue and saturation colours, scaled rows.
+#include <array>
+#include <limits>
+
+#include "blit_exports.h"
+
+namespace {
+
+using mktest::Call;
+using mktest::GuardedImage;
+using Bgr = std::array<int, 3>;
+
+const mktest::Blit& blit(const std::string& name) {
+    for (const mktest::Blit& b : mktest::blits())
+        if (name == b.name) return b;
+    std::abort();
+}
+
+class KnownValues : public mktest::AtSimdLevel {};
+
+// One 1x1 call per row: destination d, sources s and s2, a 24-bit mask, the parameters, and
+// the destination afterwards with the switch off and on.
+TEST_P(KnownValues, SinglePixels) {
+    struct Row {
+        const char* blit;
+        int d, s, s2;
+        uint8_t mask[3];
+        int v, u;
+        Bgr off, on;
+    };
+    const Row rows[] = {
+        {"MaskAlphaBlt2", 0, 255, 0, {255, 255, 255}, 256, 0, {254, 254, 254}, {254, 254, 254}},  // 255 is no copy
+        {"MaskAlphaBlt2", 255, 0, 0, {255, 255, 255}, 256, 0, {0, 0, 0}, {0, 0, 0}},
+        {"MaskAlphaBlt2", 0, 255, 0, {255, 255, 255}, 128, 0, {127, 127, 127}, {126, 126, 126}},
+        {"MaskAlphaBlt2", 0, 255, 0, {255, 255, 255}, 255, 0, {253, 253, 253}, {254, 254, 254}},
+        {"MaskAlphaBlt2", 0, 255, 0, {255, 0, 0}, 256, 0, {254, 254, 254}, {254, 0, 0}},
+        {"MaskAlphaBlt2", 100, 200, 0, {128, 64, 0}, 256, 0, {150, 150, 150}, {150, 125, 100}},
+        {"MaskAlphaBlt2", 77, 200, 0, {200, 200, 200}, 0, 0, {77, 77, 77}, {77, 77, 77}},
+        {"MaskAlphaBlt", 0, 255, 0, {255, 255, 255}, 0, 0, {254, 254, 254}, {254, 254, 254}},
+        {"MaskTimeAlphaBlt", 99, 10, 200, {200, 200, 200}, 0, 0, {10, 10, 10}, {10, 10, 10}},
+        {"MaskTimeAlphaBlt", 99, 30, 90, {0, 0, 0}, -50, 0, {30, 30, 30}, {30, 30, 30}},
+        {"MaskTimeAlphaBlt", 99, 0, 255, {0, 0, 0}, 128, 0, {127, 127, 127}, {127, 127, 127}},
+        {"MaskTimeAlphaBlt", 99, 0, 255, {200, 200, 200}, 128, 0, {0, 0, 0}, {0, 0, 0}},
+        {"MaskTimeAlphaBlt", 99, 0, 255, {0, 0, 0}, 300, 0, {255, 255, 255}, {254, 254, 254}},
+        {"MaskTimeAlphaBlt", 99, 0, 255, {255, 255, 255}, 510, 0, {254, 254, 254}, {254, 254, 254}},
+        {"MaskTimeAlphaBlt", 99, 0, 255, {255, 255, 255}, 511, 0, {255, 255, 255}, {255, 255, 255}},
+        {"MaskTimeAlphaBlt", 99, 200, 10, {0, 0, 0}, 70000, 0, {10, 10, 10}, {10, 10, 10}},
+        {"MaskTimeAlphaBlt", 99, 0, 255, {0, 255, 100}, 128, 0, {127, 127, 127}, {127, 0, 27}},
+        {"MaskTimeAlphaBlt", 99, 0, 255, {0, 0, 0}, -40000, 0, {0, 0, 0}, {254, 254, 254}},  // word 25536
+        {"AlphaBlendBlt", 9, 0, 255, {}, 255, 0, {254, 254, 254}, {255, 255, 255}},
+        {"AlphaBlendBlt", 9, 10, 200, {}, 255, 0, {199, 199, 199}, {200, 200, 200}},
+        {"AlphaBlendBlt", 9, 0, 255, {}, 128, 0, {127, 127, 127}, {127, 127, 127}},
+        {"AlphaBlendBlt", 9, 255, 0, {}, 128, 0, {127, 127, 127}, {127, 127, 127}},
+        {"AlphaBlendBlt", 9, 37, 200, {}, 0, 0, {37, 37, 37}, {37, 37, 37}},
+        {"AlphaBlendBlt", 9, 37, 200, {}, 256, 0, {200, 200, 200}, {200, 200, 200}},
+        {"AlphaBlendBlt", 9, 255, 0, {}, 1, 0, {254, 254, 254}, {254, 254, 254}},
+        {"FillAlpha", 0, 0, 0, {}, 255, 0xFFFFFF, {254, 254, 254}, {254, 254, 254}},
+        {"FillAlpha", 10, 0, 0, {}, 255, 0x0000C8, {0, 0, 199}, {0, 0, 199}},
+        {"FillAlpha", 255, 0, 0, {}, 1, 0, {254, 254, 254}, {254, 254, 254}},
+        {"FillAlpha", 37, 0, 0, {}, 256, 0xFF0000, {255, 0, 0}, {255, 0, 0}},
+        {"AddColorValue", 244, 0, 0, {}, 10, 0, {254, 244, 244}, {254, 244, 244}},  // w counts bytes,
+        {"AddColorValue", 250, 0, 0, {}, 10, 0, {255, 250, 250}, {255, 250, 250}},
+        {"AddColorValue", 9, 0, 0, {}, 256, 0, {9, 9, 9}, {9, 9, 9}},
+        {"MaskKeyBlt2", 9, 7, 0, {1, 0, 255}, 0, 256, {7, 7, 7}, {7, 7, 7}},
+        {"MaskKeyBlt2", 9, 7, 0, {0, 0, 255}, 0, 256, {9, 9, 9}, {9, 9, 9}},
+        {"MaskKeyBlt2", 9, 7, 0, {255, 0, 255}, 255, 256, {9, 9, 9}, {9, 9, 9}},
+        {"MaskKeyBlt2", 9, 7, 0, {1, 0, 255}, 256, 256, {7, 7, 7}, {7, 7, 7}},
+        {"MaskKeyBlt2", 100, 200, 0, {10, 0, 255}, 9, 128, {150, 150, 150}, {150, 150, 150}},
+        {"MaskKeyBlt2", 255, 0, 0, {10, 0, 255}, 9, 0, {255, 255, 255}, {255, 255, 255}},
+        {"MaskKeyBlt", 9, 7, 0, {10, 0, 255}, 9, 0, {7, 7, 7}, {7, 7, 7}},
+        {"MaskTimeKeyBlt", 9, 7, 0, {0, 0, 255}, 0, 0, {9, 9, 9}, {9, 9, 9}},
+        {"MaskTimeKeyBlt", 9, 7, 0, {0, 0, 255}, 1, 0, {7, 7, 7}, {7, 7, 7}},
+        {"MaskTimeKeyBlt", 9, 7, 0, {1, 0, 255}, 1, 0, {9, 9, 9}, {9, 9, 9}},
+        {"MaskTimeKeyBlt", 9, 7, 0, {255, 0, 255}, 256, 0, {7, 7, 7}, {7, 7, 7}},
+        {"MaskTimeKeyBlt", 9, 7, 0, {255, 0, 255}, 255, 0, {9, 9, 9}, {9, 9, 9}},
+        {"ColorKeyBlt2", 100, 200, 0, {}, 0, 128, {150, 150, 150}, {150, 150, 150}},
+        {"ColorKeyBlt2", 200, 0, 0, {}, 0, 256, {200, 200, 200}, {200, 200, 200}},
+        {"ColorKeyBlt", 200, 1, 0, {}, 0, 0, {1, 1, 1}, {1, 1, 1}},
+    };
+    mktest::Rng rng(1);
+    for (const Row& row : rows) {
+        const mktest::Blit& b = blit(row.blit);
+        for (int on = 0; on < 2; ++on) {
+            Call c{b.n, {}, {}, {}, {}, {}, 1, 1, row.v, row.u, on == 1};
+            for (int k = 0; k < b.n; ++k) {
+                c.add(k, std::make_unique<GuardedImage>(1, 1, 24, rng));
+                if (b.mask_last && k == b.n - 1)
+                    std::memcpy(c.im[k]->at(0, 0), row.mask, 3);
+                else
+                    std::memset(c.im[k]->at(0, 0), k == 0 ? row.d : k == 1 ? row.s : row.s2, 3);
+            }
+            SetUsageMMX(on);
+            b.call(c);
+            const uint8_t* p = c.im[0]->at(0, 0);
+            EXPECT_EQ((Bgr{p[0], p[1], p[2]}), on ? row.on : row.off) << row.blit << " row " << (&row - rows) << ", switch " << on;
+        }
+    }
+}
+
+// Colours in and out, blue, green, red, each pixel five times in a row so that vector
+// kernels take it in a group and alone. Arguments far outside their ranges keep the low 8
+// bits of each result, and conversions out of the 32-bit range give 0x80000000.
+TEST_P(KnownValues, HueAndSaturation) {
+    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+    struct Row {
+        Bgr in;
+        double hue, saturation;
+        int absolute;
+        Bgr out;
+    };
+    const Row rows[] = {
+        {{0, 0, 255}, 1.0 / 3, 0, 0, {0, 255, 0}},        {{0, 128, 255}, 0.5, 0, 0, {255, 127, 0}},
+        {{50, 100, 200}, 2.0 / 3, 1, 1, {200, 0, 0}},     {{50, 100, 200}, 0, 0.5, 1, {25, 92, 225}},
+        {{50, 100, 200}, 0, 1, 0, {0, 83, 250}},          {{50, 100, 200}, 0, 0.5, 0, {25, 92, 225}},
+        {{0, 0, 255}, 0, -1, 0, {85, 85, 86}},            {{0, 0, 255}, 0, -0.5, 0, {43, 43, 171}},
+        {{10, 255, 40}, 0, 0.7, 0, {10, 255, 40}},        {{0, 90, 40}, 0, 0.7, 0, {0, 90, 40}},
+        {{77, 77, 77}, 0, 0.8, 0, {77, 77, 77}},          {{60, 60, 30}, 0, 1, 0, {90, 90, 0}},
+        {{30, 60, 60}, 0, 1, 0, {0, 90, 90}},             {{50, 100, 200}, 0.25, 0, 1, {200, 200, 200}},
+        {{50, 100, 200}, 1e300, 0, 0, {50, 50, 200}},     {{50, 100, 200}, nan, 0, 0, {50, 100, 200}},
+        {{50, 100, 200}, inf, 0, 0, {50, 100, 200}},      {{90, 90, 90}, nan, 0, 0, {90, 90, 90}},
+        {{50, 100, 200}, 0, nan, 0, {50, 100, 200}},      {{50, 100, 200}, 0, 3, 0, {156, 50, 94}},
+        {{0, 0, 255}, 0, -3, 0, {255, 255, 2}},           {{50, 100, 200}, 0, 1e10, 0, {50, 100, 200}},
+        {{50, 100, 200}, 0, -inf, 0, {50, 100, 200}},     {{50, 100, 200}, 1.0 / 3, nan, 1, {0, 200, 0}},
+        {{10, 20, 30}, 1.0, 0, 0, {10, 20, 30}},          {{10, 20, 30}, -3.0, 0, 0, {10, 20, 30}},
+    };
+    mktest::Rng rng(2);
+    for (const Row& r : rows) {
+        GuardedImage img(5, 1, 24, rng);
+        for (int x = 0; x < 5; ++x)
+            for (int k = 0; k < 3; ++k) img.at(x, 0)[k] = uint8_t(r.in[k]);
+        ReviseHSB(img.record(), 0, 0, 5, 1, r.hue, r.saturation, 0.9, r.absolute);
+        for (int x = 0; x < 5; ++x)
+            EXPECT_EQ((Bgr{img.at(x, 0)[0], img.at(x, 0)[1], img.at(x, 0)[2]}), r.out) << "row " << (&r - rows) << ", pixel " << x;
+    }
+}
+
+// Rows of one channel value per pixel, scaled to the width of the result; 77 marks pixels
+// no source cell reaches. Then the rows anchored at the bottom, and equal sizes copying
+// also where 256 · w · sw no longer fits 32 bits.
+TEST_P(KnownValues, ScaledRows) {
+    const std::vector<int> rows[][2] = {
+        {{10, 20}, {15}},           {{0, 255, 0}, {85, 85}},          {{7, 200}, {7, 7, 200, 200}},
+        {{30, 60, 90}, {30, 60, 90}}, {{100, 0, 0, 0}, {25}},         {{0, 100, 200, 50, 250}, {39, 174, 169}},
+        {{9, 99}, {77, 9, 9, 77, 99, 99}}, {{40}, {77, 40, 40, 40}},
+    };
+    mktest::Rng rng(3);
+    for (const auto& r : rows) {
+        const int sw = int(r[0].size()), w = int(r[1].size());
+        GuardedImage src(sw, 1, 24, rng), dst(w, 1, 24, rng);
+        for (int x = 0; x < sw; ++x) std::memset(src.at(x, 0), r[0][x], 3);
+        for (int x = 0; x < w; ++x) std::memset(dst.at(x, 0), 77, 3);
+        BilinearBlt(dst.record(), 0, 0, w, 1, src.record(), 0, 0, sw, 1);
+        for (int x = 0; x < w; ++x) EXPECT_EQ(*dst.at(x, 0), r[1][x]) << "row " << (&r - rows) << ", pixel " << x;
+    }
+    GuardedImage src(1, 3, 24, rng), dst(1, 2, 24, rng), wide(3000, 2, 24, rng), copy(3000, 2, 24, rng);
+    *src.at(0, 2) = 30, *src.at(0, 1) = 90, *src.at(0, 0) = 240;  // bottom row first
+    BilinearBlt(dst.record(), 0, 0, 1, 2, src.record(), 0, 0, 1, 3);
+    EXPECT_EQ(*dst.at(0, 1), (30 * 256 + 90 * 128) / 384);
+    EXPECT_EQ(*dst.at(0, 0), (90 * 128 + 240 * 256) / 384);
+    BilinearBlt(copy.record(), 0, 0, 3000, 2, wide.record(), 0, 0, 3000, 2);
+    EXPECT_EQ(copy.snapshot(), wide.snapshot());
+}
+
+MKTEST_ALL_LEVELS(KnownValues);
+
+}  // namespace
