@@ -10,15 +10,14 @@ using mktest::GuardedImage;
 // A 9x4 case of a blit with images of the given depths: the destination's bytes run 50,
 // 100, 150, the others hold 200 (and so do their colour tables).
 Call uniform_call(const mktest::Blit& b, const int* bits, mktest::Rng& rng) {
-    Call c{b.n, {}, {}, {}, {}, {}, 9, 4, b.dv, b.du, false};
-    for (int k = 0; k < b.n; ++k) {
-        c.add(k, std::make_unique<GuardedImage>(9, 4, bits[k], rng));
-        std::vector<uint8_t> bytes(c.im[k]->bytes(), 200);
+    return mktest::fixed_call(b, 9, 4, b.dv, b.du, false, [&](int k) {
+        auto image = std::make_unique<GuardedImage>(9, 4, bits[k], rng);
+        std::vector<uint8_t> bytes(image->bytes(), 200);
         for (size_t i = 0; k == 0 && i < bytes.size(); ++i) bytes[i] = uint8_t(50 * (1 + i % 3));
-        c.im[k]->restore(bytes);
-        std::memset(c.im[k]->record()->lpbmi->bmiColors, 200, 256 * sizeof(RGBQUAD));
-    }
-    return c;
+        image->restore(bytes);
+        std::memset(image->record()->lpbmi->bmiColors, 200, 256 * sizeof(RGBQUAD));
+        return image;
+    });
 }
 
 TEST(BlitDepths, EachBlitDrawsOnItsDepthsOnly) {
@@ -27,10 +26,10 @@ TEST(BlitDepths, EachBlitDrawsOnItsDepthsOnly) {
     const int kDepths[] = {1, 8, 16, 24, 32};
     for (const mktest::Blit& b : mktest::blits()) {
         int combos = 1;
-        for (int k = 0; k < b.n; ++k) combos *= 5;
+        for (int k = 0; k < b.n(); ++k) combos *= 5;
         for (int combo = 0; combo < combos; ++combo) {
             int bits[4];
-            for (int k = 0, rest = combo; k < b.n; ++k, rest /= 5) bits[k] = kDepths[rest % 5];
+            for (int k = 0, rest = combo; k < b.n(); ++k, rest /= 5) bits[k] = kDepths[rest % 5];
             for (int on = 0; on < 2; ++on) {
                 Call c = uniform_call(b, bits, rng);
                 const std::vector<uint8_t> before = c.im[0]->snapshot();
@@ -47,7 +46,7 @@ TEST(BlitDepths, UnusableRecordsDrawNothing) {
     mktest::Rng rng(2);
     const int bits[4] = {24, 24, 24, 24};
     for (const mktest::Blit& b : mktest::blits()) {
-        for (int k = 0; k < b.n; ++k) {
+        for (int k = 0; k < b.n(); ++k) {
             for (int bad = 0; bad < 4; ++bad) {
                 Call c = uniform_call(b, bits, rng);
                 GuardedImage broken(9, 4, 24, rng);

@@ -91,7 +91,7 @@ class Exports : public mktest::AtSimdLevel {};
 
 TEST_P(Exports, DrawTheRuleInsideEveryImageAndNothingElse) {
     for (const Blit& b : mktest::blits()) {
-        if (!b.walks) continue;
+        if (!*b.rule) continue;
         int drawn = 0;
         for (uint64_t seed = 1; seed <= 700; ++seed) {
             Rng rng(seed);

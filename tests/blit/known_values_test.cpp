@@ -82,14 +82,12 @@ TEST_P(KnownValues, SinglePixels) {
     for (const Row& row : rows) {
         const mktest::Blit& b = blit(row.blit);
         for (int on = 0; on < 2; ++on) {
-            Call c{b.n, {}, {}, {}, {}, {}, 1, 1, row.v, row.u, on == 1};
-            for (int k = 0; k < b.n; ++k) {
-                c.add(k, std::make_unique<GuardedImage>(1, 1, 24, rng));
-                if (b.mask_last && k == b.n - 1)
-                    std::memcpy(c.im[k]->at(0, 0), row.mask, 3);
-                else
-                    std::memset(c.im[k]->at(0, 0), k == 0 ? row.d : k == 1 ? row.s : row.s2, 3);
-            }
+            Call c = mktest::fixed_call(b, 1, 1, row.v, row.u, on, [&](int k) {
+                auto image = std::make_unique<GuardedImage>(1, 1, 24, rng);
+                if (b.depths[k] == 'm') std::memcpy(image->at(0, 0), row.mask, 3);
+                else std::memset(image->at(0, 0), k == 0 ? row.d : k == 1 ? row.s : row.s2, 3);
+                return image;
+            });
             SetUsageMMX(on);
             b.call(c);
             const uint8_t* p = c.im[0]->at(0, 0);
