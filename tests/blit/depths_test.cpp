@@ -1,6 +1,6 @@
 // Which depths each blit draws on, and records it cannot use (null, blank, no pixels, a
 // stride too short for the width), over every export: anything refused draws nothing.
-#include "blit_exports.h"
+#include "blit_cases.h"
 
 namespace {
 

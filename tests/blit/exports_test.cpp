@@ -4,7 +4,7 @@
 // sources of any table length, 8- and 24-bit masks, blocks against a guard page), origins
 // outside every image, sizes down to negative ones, both settings of the switch.
 #include "blit/fast_blt.h"
-#include "blit_exports.h"
+#include "blit_cases.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "blit/hsb.h"
 #include "blit/key_blit.h"
 #include "blit/mask_blend.h"
-#include "blit_support.h"
+#include "blit_cases.h"
 
 namespace {
 
