@@ -77,7 +77,6 @@ public:
         bool listed = index < NumOfPalletColors(&bd_.lpbmi->bmiHeader);
         out[0] = listed ? c.rgbBlue : 0, out[1] = listed ? c.rgbGreen : 0, out[2] = listed ? c.rgbRed : 0;
     }
-    void fill_runs(Rng& rng) { mktest::fill_runs(pixels_.data(), bytes() / (bits() / 8), bits() / 8, rng); }
     std::vector<uint8_t> snapshot() { return {pixels_.data(), pixels_.data() + bytes()}; }
     void restore(const std::vector<uint8_t>& b) { std::memcpy(pixels_.data(), b.data(), b.size()); }
 
@@ -112,19 +111,13 @@ protected:
         if (!mediakit::set_simd_level_for_test(GetParam())) GTEST_SKIP() << mediakit::simd_level_name(GetParam());
         mediakit::g_mmxAvailable = 1;
     }
-    void TearDown() override {
-        mediakit::set_simd_level_for_test(mediakit::best_simd_level());
-        SetUsageMMX(1);
-    }
+    void TearDown() override { mediakit::set_simd_level_for_test(mediakit::best_simd_level()), SetUsageMMX(1); }
     int level() const { return int(GetParam()); }
 };
 
-#define MKTEST_LEVELS(suite, ...)                                                    \
-    INSTANTIATE_TEST_SUITE_P(Levels, suite, testing::Values(__VA_ARGS__),            \
-                             [](const auto& p) { return mediakit::simd_level_name(p.param); })
-#define MKTEST_ALL_LEVELS(suite) \
-    MKTEST_LEVELS(suite, mediakit::SimdLevel::kScalar, mediakit::SimdLevel::kSse2, mediakit::SimdLevel::kAvx2)
-
+#define MKTEST_LEVELS(suite, ...) \
+    INSTANTIATE_TEST_SUITE_P(Levels, suite, testing::Values(__VA_ARGS__), [](const auto& p) { return mediakit::simd_level_name(p.param); })
+#define MKTEST_ALL_LEVELS(suite) MKTEST_LEVELS(suite, mediakit::SimdLevel::kScalar, mediakit::SimdLevel::kSse2, mediakit::SimdLevel::kAvx2)
 
 struct Call {
     int n;
@@ -140,10 +133,9 @@ struct Call {
         rec[k] = own[k]->record();
         return im[k] = own[k].get();
     }
-    std::string describe() const {
-        std::ostringstream s;
+    std::string describe(std::ostringstream s = {}) const {
         s << w << "x" << h << ", v " << v << ", u " << u << ", switch " << on;
-        for (int k = 0; k < n; ++k) s << "; " << im[k]->bits() << "-bit " << im[k]->width() << "x" << im[k]->height() << " at (" << x[k] << "," << y[k] << ")";
+        for (int k = 0; k < n; ++k) s << "; " << im[k]->bits() << "-bit " << im[k]->width() << "x" << im[k]->height() << " at " << x[k] << "," << y[k];
         return s.str();
     }
 };
@@ -162,12 +154,13 @@ struct Blit {
     void (*call)(const Call&);
     int n() const { return int(std::strlen(depths)); }
     bool accepts(const int* bits) const {
+        bool ok = true;
         for (int k = 0; k < n(); ++k) {
             const char d = depths[k];
-            const bool ok = d == '*' || (d == 'm' ? bits[k] == 8 || bits[k] == 24 : d == 's' ? bits[k] == bits[1] && (bits[k] == 8 || bits[k] == 24) : bits[k] == 24);
-            if (!ok) return false;
+            const bool alike = d != 's' || bits[k] == bits[1], wide = d == 's' || d == 'm';
+            ok = ok && (d == '*' || (alike && (bits[k] == 24 || (wide && bits[k] == 8))));
         }
-        return true;
+        return ok;
     }
 };
 
@@ -232,7 +225,7 @@ inline Call random_call(const Blit& b, Rng& rng, Guard guard) {
         const int w = rng.range(0, 9) ? rng.range(1, 40) : rng.range(41, 300), h = rng.range(1, 5);
         c.add(k, std::make_unique<GuardedImage>(w, h, bits, rng, guard, std::vector<int>{-1, 0, 1, 17, 255}[rng.range(0, 4)]));
         const int kind = rng.range(0, 2);
-        if (kind == 0) c.im[k]->fill_runs(rng);
+        if (kind == 0) fill_runs(c.im[k]->at(0, h - 1), c.im[k]->bytes() / (bits / 8), bits / 8, rng);
         if (kind == 1 && mask) {  // mask values near the time, where the transitions turn
             std::vector<uint8_t> near(c.im[k]->bytes());
             for (uint8_t& m : near) m = uint8_t(std::clamp(std::clamp(c.v, -3, 258) + rng.range(-3, 3), 0, 255));

@@ -40,7 +40,6 @@ void walk(Call& c, Rule rule) {
 void mix_all(Px& p, const uint8_t* s, int strength) {
     for (int k = 0; k < 3; ++k) p.d[k] = strength == 256 ? s[k] : mktest::mixed(p.d[k], s[k], strength);
 }
-int64_t floor_shift(int64_t v, int bits) { return v >= 0 ? v >> bits : -((-v + (int64_t(1) << bits) - 1) >> bits); }
 
 // Each blit's rule, by its name in the shared table.
 void model(const Blit& b, Call& c) {
@@ -65,15 +64,15 @@ void model(const Blit& b, Call& c) {
             for (int k = 0; k < 3; ++k) {
                 const int64_t diff = p.c[1][k] - p.d[k], m = p.raw[2][mask24 ? k : 0];
                 p.d[k] += on && src24 && mask24
-                              ? floor_shift(diff * ((v == 255 || v == 256) ? m : ((m * v) & 0xFFFF) >> 8), 8)
-                              : floor_shift(diff * p.raw[2][0] * v, 16);
+                              ? ((diff * ((v == 255 || v == 256) ? m : ((m * v) & 0xFFFF) >> 8)) >> 8)
+                              : ((diff * p.raw[2][0] * v) >> 16);
             }
         } else if (name == "MaskTimeAlphaBlt") {
             const bool mmx = on && src24 && mask24;
             for (int k = 0; k < 3; ++k) {
                 int64_t a = int64_t(v) - p.raw[3][0];
                 if (mmx) a = v >= 511 ? 256 : std::clamp(int16_t(v) - p.raw[3][k], 0, 255);
-                p.d[k] = a < 0 ? p.c[1][k] : a > 255 ? p.c[2][k] : uint8_t(p.c[1][k] + floor_shift((p.c[2][k] - p.c[1][k]) * a, 8));
+                p.d[k] = a < 0 ? p.c[1][k] : a > 255 ? p.c[2][k] : uint8_t(p.c[1][k] + (((p.c[2][k] - p.c[1][k]) * a) >> 8));
             }
         } else if (name == "MaskKeyBlt2") {
             if (p.raw[2][0] > (v & 0xFF)) mix_all(p, p.c[1], u);
@@ -122,7 +121,7 @@ TEST_P(Exports, AddColorValueBrightensOnlyInsideThePixelBlock) {
         const int run = mktest::random_extent(rng, stride + 8), rows = mktest::random_extent(rng, h + 3);
         const int value = mktest::edgy(rng, {0, 1, 10, 254, 255, 256, 266, -1}, 0, 255);
         std::vector<uint8_t> expected = dst.snapshot();
-        const int64_t start = floor_shift(int64_t(x) * bits + 7, 3);
+        const int64_t start = ((int64_t(x) * bits + 7) >> 3);
         for (int64_t row = std::max(y, 0); row < std::min<int64_t>(int64_t(y) + rows, h); ++row)
             for (int64_t i = std::max<int64_t>(start, 0); i < std::min<int64_t>(start + run, stride); ++i) {
                 uint8_t& e = expected[size_t(h - 1 - row) * stride + i];
