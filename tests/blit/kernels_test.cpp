@@ -3,7 +3,6 @@
 // page after their last byte or before their first, parameters leaning to their edges.
 #include <cmath>
 #include <limits>
-#include <memory>
 
 #include "blit/area_scale.h"
 #include "blit/const_blend.h"
@@ -26,65 +25,54 @@ struct Rows {
     int w, h, step;
 };
 
-// A kernel call: level, destination, rows, one integer parameter and 32 random bits more.
-using Run = void (*)(int, uint8_t*, const Rows&, int32_t, uint32_t);
+// A kernel call: level, destination, rows, one integer parameter v and 32 random bits x.
+#define KERNEL(...) [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t x) { __VA_ARGS__; }
 struct KernelCase {
     const char* name;
-    Run run;
+    void (*run)(int, uint8_t*, const Rows&, int32_t, uint32_t);
     int step;  // bytes per mask pixel; 0: either 1 or 3
     std::vector<int> edges;
-    int lo, hi;
-    int rows = 3, rounds = 8;  // most rows of the narrow cases, cases per width
+    int lo, hi, rows = 3, rounds = 8;  // most rows of the narrow cases, cases per width
 };
 
 MaskRows mask_rows(uint8_t* d, const Rows& r) { return {d, r.a, r.b, r.m, r.ds, r.as, r.bs, r.ms, r.step, r.w, r.h}; }
 KeyBlitRect key_rect(uint8_t* d, const Rows& r, int32_t v, uint32_t x, bool masked) {
-    uint8_t lo = uint8_t(x), hi = uint8_t(x >> 8);
+    const uint8_t lo = uint8_t(x), hi = uint8_t(x >> 8);
     return {d, r.a, masked ? r.m : nullptr, r.ds, r.as, r.ms, r.w, r.h, r.step, std::min(lo, hi), std::max(lo, hi), v, nullptr};
 }
 // Arguments with few bits put many results on a rounding boundary; the odd ones reach NaN,
 // infinities and conversions out of range.
 double hsb_value(uint32_t x, double scale) {
-    static const double kOdd[] = {1.0 / 3, 0.5, 1.0, -1.0, 0.0, 5.0 / 6, 1e-17, 3.0, 1e10, 1e300, 2147483648.5,
-                                  std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
-                                  -std::numeric_limits<double>::infinity()};
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    static const double kOdd[] = {1.0 / 3, 0.5, 1.0, -1.0, 0.0, 5.0 / 6, 1e-17, 3.0, 1e10, 1e300, 2147483648.5, NAN, kInf, -kInf};
     if (x % 4 == 0) return kOdd[(x >> 2) % std::size(kOdd)];
     return x % 4 == 1 ? int(x >> 2) % 193 / 64.0 * scale : (int32_t(x) / 2147483648.0) * scale;
 }
 
 const std::vector<int> kAlphas = {0, 1, 127, 128, 255, 256, 257, -1, 65536 + 128, INT32_MIN, INT32_MAX};
+const std::vector<int> kStrengths = {256, 256, 1, 128, 255, 257, -1, INT32_MIN};
 const std::vector<int> kTimes = {INT32_MIN, -40000, -256, -1, 0, 1, 128, 255, 256, 300, 510, 511, 512, 32768, 70000};
 
 const KernelCase kKernels[] = {
-    {"copy", [](int l, uint8_t* d, const Rows& r, int32_t, uint32_t) { copy_rect24_kernel(l)(d, r.a, r.w, r.h, r.ds, r.as); },
-     3, {0}, 0, 0},
-    {"blend", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t) {
-         blend_kernel(l)({d, r.a, r.b, r.ds, r.as, r.bs, r.w, r.h, v, nullptr, nullptr}); }, 3, kAlphas, 0, 256},
-    {"fill", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t x) {
-         fill_kernel(l)({d, r.ds, r.w, r.h, {uint8_t(x), uint8_t(x >> 8), uint8_t(x >> 16)}, v}, x >> 31); }, 3, kAlphas, 0, 256},
-    {"offset", [](int l, uint8_t* d, const Rows& r, int32_t, uint32_t x) {
-         offset_kernel(l)({d, r.ds, 3 * r.w, r.h, uint8_t(x % 4 == 0 ? 0 : x % 4 == 1 ? 255 : x >> 8)}); }, 3, {0}, 0, 0},
-    {"mask key", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t x) { mask_key_kernel(l)(key_rect(d, r, v, x, true)); },
-     0, {256, 256, 1, 128, 255, 257, -1, INT32_MIN}, 1, 255},
-    {"colour key", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t x) { color_key_kernel(l)(key_rect(d, r, v, x, false)); },
-     3, {256, 256, 1, 128, 255, 257, -1, INT32_MIN}, 1, 255},
-    {"mask alpha per pixel", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t) { mask_alpha_pixel_kernel(l)(mask_rows(d, r), v); },
-     0, {1, 2, 127, 128, 254, 255, 256}, 1, 256},
-    {"mask alpha mmx", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t) { mask_alpha_mmx_kernel(l)(mask_rows(d, r), v); },
-     3, {1, 128, 254, 255, 256, -1, 257, 65535, 65792, -65281, INT32_MIN, INT32_MAX}, 1, 256},
-    {"mask time per pixel", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t) { mask_time_pixel_kernel(l)(mask_rows(d, r), v); },
-     0, kTimes, -300, 800},
-    {"mask time mmx", [](int l, uint8_t* d, const Rows& r, int32_t v, uint32_t) { mask_time_mmx_kernel(l)(mask_rows(d, r), v); },
-     3, kTimes, -300, 510},
-    {"hue and saturation", [](int l, uint8_t* d, const Rows& r, int32_t, uint32_t x) {
-         HsbArgs args{hsb_value(x, 3), hsb_value(x * 2654435761u, 1), (x & 64) != 0};
-         revise_hsb(d, r.ds, r.w, r.h, args, hsb_kernels(l)); }, 3, {0}, 0, 0},
+    {"copy", KERNEL(copy_rect24_kernel(l)(d, r.a, r.w, r.h, r.ds, r.as)), 3, {0}, 0, 0},
+    {"blend", KERNEL(blend_kernel(l)({d, r.a, r.b, r.ds, r.as, r.bs, r.w, r.h, v, nullptr, nullptr})), 3, kAlphas, 0, 256},
+    {"fill", KERNEL(fill_kernel(l)({d, r.ds, r.w, r.h, {uint8_t(x), uint8_t(x >> 8), uint8_t(x >> 16)}, v}, x >> 31)), 3, kAlphas, 0, 256},
+    {"offset", KERNEL(offset_kernel(l)({d, r.ds, 3 * r.w, r.h, uint8_t(x % 4 == 0 ? 0 : x % 4 == 1 ? 255 : x >> 8)})), 3, {0}, 0, 0},
+    {"mask key", KERNEL(mask_key_kernel(l)(key_rect(d, r, v, x, true))), 0, kStrengths, 1, 255},
+    {"colour key", KERNEL(color_key_kernel(l)(key_rect(d, r, v, x, false))), 3, kStrengths, 1, 255},
+    {"mask alpha per pixel", KERNEL(mask_alpha_pixel_kernel(l)(mask_rows(d, r), v)), 0, {1, 2, 127, 128, 254, 255, 256}, 1, 256},
+    {"mask alpha mmx", KERNEL(mask_alpha_mmx_kernel(l)(mask_rows(d, r), v)), 3,
+     {1, 128, 254, 255, 256, -1, 257, 65535, 65792, -65281, INT32_MIN, INT32_MAX}, 1, 256},
+    {"mask time per pixel", KERNEL(mask_time_pixel_kernel(l)(mask_rows(d, r), v)), 0, kTimes, -300, 800},
+    {"mask time mmx", KERNEL(mask_time_mmx_kernel(l)(mask_rows(d, r), v)), 3, kTimes, -300, 510},
+    {"hue and saturation",
+     KERNEL(revise_hsb(d, r.ds, r.w, r.h, {hsb_value(x, 3), hsb_value(x * 2654435761u, 1), (x & 64) != 0}, hsb_kernels(l))), 3, {0}, 0, 0},
     // The drawn part (dw x dh at i, j) of a larger rectangle, scaled from sw x sh source
     // pixels: shrinking and growing, many strips, footprints hundreds of cells wide or tall.
-    {"area scale", [](int l, uint8_t* d, const Rows& r, int32_t, uint32_t x) {
+    {"area scale", KERNEL(
          const int dw = 1 + (x & 1 ? x % 3 : x) % r.w, dh = 1 + (x & 2 ? x % 5 : x >> 4) % r.h, i = (x >> 24) % 3, j = (x >> 28) % 2;
          const int sw = x & 1 ? std::max(1, r.w - int(x >> 8) % 4) : 1 + (x >> 8) % r.w, sh = x & 2 ? r.h : 1 + (x >> 16) % r.h;
-         area_scale_kernel(l)({dw + i + int(x >> 26) % 2, dh + j, sw, sh, i, i + dw, j, j + dh, d, r.ds, r.a, r.as}); },
+         area_scale_kernel(l)({dw + i + int(x >> 26) % 2, dh + j, sw, sh, i, i + dw, j, j + dh, d, r.ds, r.a, r.as})),
      3, {0}, 0, 0, 200, 32},
 };
 
@@ -121,8 +109,7 @@ TEST_P(Kernels, MatchTheirReferencesAndStayInside) {
                 k.run(0, expected.data(), rows, v, x);
                 k.run(level(), p[0]->data(), rows, v, x);
                 ASSERT_EQ(mktest::first_difference(expected, p[0]->data(), expected.size()), "")
-                    << k.name << ", width " << w << ", height " << h << ", step " << step << ", value " << v << ", bits "
-                    << x << ", seed " << seed;
+                    << k.name << ", width " << w << ", height " << h << ", step " << step << ", v " << v << ", x " << x;
             }
         }
     }
