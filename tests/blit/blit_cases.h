@@ -168,38 +168,32 @@ inline const std::vector<Blit>& blits() {
     static const std::vector<int> kStrengths = {256, 256, 0, 1, 128, 255, 257, -1, 65536 + 256, INT_MIN, INT_MAX};
     static const std::vector<int> kAlphas = {0, 1, 127, 128, 129, 254, 255, 256, 257, -1, 65536 + 128, INT_MIN, INT_MAX};
     static const std::vector<int> kKeys = {0, 1, 127, 254, 255, 256, 511};
+    static const std::vector<int> kTimes = {INT_MIN, -40000, -50, -1, 0, 1, 128, 255, 256, 300, 510, 511, 512, 70000};
+#define IMG(k) c.r(k), c.x[k], c.y[k]
+#define RECT IMG(0), c.w, c.h
+#define CALL(...) [](const Call& c) { __VA_ARGS__; }
     static const std::vector<Blit> table = {
-        {"FastBlt", "FastBlt", "dS", {0}, 0, 0, {0}, 0, 0, 0, 0,
-         [](const Call& c) { mediakit::fast_blt_mmx(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1]); }},
-        {"AlphaBlendBlt", "AlphaBlendBlt", "dss", kAlphas, 0, 256, {0}, 0, 0, 128, 0,
-         [](const Call& c) { AlphaBlendBlt(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1], c.r(2), c.x[2], c.y[2], c.v); }},
-        {"FillAlpha", "FillAlpha", "d", kAlphas, 0, 256, {0, 0xFFFFFF}, 0, 0xFFFFFF, 128, 0xFFFFFF,
-         [](const Call& c) { FillAlpha(c.r(0), c.x[0], c.y[0], c.w, c.h, COLORREF(c.u), c.v); }},
-        {"MaskAlphaBlt2", "MaskAlphaBlt2", "dsm", {1, 128, 254, 255, 256}, 1, 256, {0}, 0, 0, 256, 0,
-         [](const Call& c) { MaskAlphaBlt2(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1], c.r(2), c.x[2], c.y[2], c.v); }},
-        {"MaskAlphaBlt", "MaskAlphaBlt2", "dsm", {256}, 256, 256, {0}, 0, 0, 256, 0,
-         [](const Call& c) { MaskAlphaBlt(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1], c.r(2), c.x[2], c.y[2]); }},
-        {"MaskTimeAlphaBlt", "MaskTimeAlphaBlt", "dssm", {INT_MIN, -40000, -50, -1, 0, 1, 128, 255, 256, 300, 510, 511, 512, 70000},
-         -20, 530, {0}, 0, 0, 300, 0, [](const Call& c) {
-             MaskTimeAlphaBlt(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1], c.r(2), c.x[2], c.y[2], c.r(3), c.x[3], c.y[3], c.v);
-         }},
-        {"MaskKeyBlt2", "MaskKeyBlt2", "dsm", kKeys, 0, 255, kStrengths, 1, 256, 0, 256,
-         [](const Call& c) { MaskKeyBlt2(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1], c.r(2), c.x[2], c.y[2], c.v, c.u); }},
-        {"MaskKeyBlt", "MaskKeyBlt2", "dsm", kKeys, 0, 255, {256}, 256, 256, 0, 256,
-         [](const Call& c) { MaskKeyBlt(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1], c.r(2), c.x[2], c.y[2], c.v); }},
+        {"FastBlt", "FastBlt", "dS", {0}, 0, 0, {0}, 0, 0, 0, 0, CALL(mediakit::fast_blt_mmx(RECT, IMG(1)))},
+        {"AlphaBlendBlt", "AlphaBlendBlt", "dss", kAlphas, 0, 256, {0}, 0, 0, 128, 0, CALL(AlphaBlendBlt(RECT, IMG(1), IMG(2), c.v))},
+        {"FillAlpha", "FillAlpha", "d", kAlphas, 0, 256, {0, 0xFFFFFF}, 0, 0xFFFFFF, 128, 0xFFFFFF, CALL(FillAlpha(RECT, COLORREF(c.u), c.v))},
+        {"MaskAlphaBlt2", "MaskAlphaBlt2", "dsm", {1, 128, 254, 255, 256}, 1, 256, {0}, 0, 0, 256, 0, CALL(MaskAlphaBlt2(RECT, IMG(1), IMG(2), c.v))},
+        {"MaskAlphaBlt", "MaskAlphaBlt2", "dsm", {256}, 256, 256, {0}, 0, 0, 256, 0, CALL(MaskAlphaBlt(RECT, IMG(1), IMG(2)))},
+        {"MaskTimeAlphaBlt", "MaskTimeAlphaBlt", "dssm", kTimes, -20, 530, {0}, 0, 0, 300, 0,
+         CALL(MaskTimeAlphaBlt(RECT, IMG(1), IMG(2), IMG(3), c.v))},
+        {"MaskKeyBlt2", "MaskKeyBlt2", "dsm", kKeys, 0, 255, kStrengths, 1, 256, 0, 256, CALL(MaskKeyBlt2(RECT, IMG(1), IMG(2), c.v, c.u))},
+        {"MaskKeyBlt", "MaskKeyBlt2", "dsm", kKeys, 0, 255, {256}, 256, 256, 0, 256, CALL(MaskKeyBlt(RECT, IMG(1), IMG(2), c.v))},
         {"MaskTimeKeyBlt", "MaskTimeKeyBlt", "dsm", {0, 1, 2, 255, 256, 257, -1, INT_MIN, INT_MAX}, 0, 256, {0}, 0, 0, 256, 0,
-         [](const Call& c) { MaskTimeKeyBlt(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1], c.r(2), c.x[2], c.y[2], c.v); }},
-        {"ColorKeyBlt2", "ColorKeyBlt2", "ds", {0}, 0, 0, kStrengths, 1, 256, 0, 256,
-         [](const Call& c) { ColorKeyBlt2(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1], c.u); }},
-        {"ColorKeyBlt", "ColorKeyBlt2", "ds", {0}, 0, 0, {256}, 256, 256, 0, 256,
-         [](const Call& c) { ColorKeyBlt(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1]); }},
+         CALL(MaskTimeKeyBlt(RECT, IMG(1), IMG(2), c.v))},
+        {"ColorKeyBlt2", "ColorKeyBlt2", "ds", {0}, 0, 0, kStrengths, 1, 256, 0, 256, CALL(ColorKeyBlt2(RECT, IMG(1), c.u))},
+        {"ColorKeyBlt", "ColorKeyBlt2", "ds", {0}, 0, 0, {256}, 256, 256, 0, 256, CALL(ColorKeyBlt(RECT, IMG(1)))},
         {"ReviseHSB", "ReviseHSB", "d", {0, 64, -64}, -200, 200, {1, 64, -64}, -70, 70, 16, 32,
-         [](const Call& c) { ReviseHSB(c.r(0), c.x[0], c.y[0], c.w, c.h, c.v / 64.0, c.u / 64.0, 0, c.u & 1); }},
-        {"BilinearBlt", "", "dS", {0}, 0, 0, {0}, 0, 0, 0, 0,
-         [](const Call& c) { BilinearBlt(c.r(0), c.x[0], c.y[0], c.w, c.h, c.r(1), c.x[1], c.y[1], std::max(1, c.w - 1), c.h); }},
-        {"AddColorValue", "", "*", {0}, 0, 0, {0}, 0, 0, 10, 0,
-         [](const Call& c) { AddColorValue(c.r(0), c.x[0], c.y[0], c.w, c.h, c.v); }},
+         CALL(ReviseHSB(RECT, c.v / 64.0, c.u / 64.0, 0, c.u & 1))},
+        {"BilinearBlt", "", "dS", {0}, 0, 0, {0}, 0, 0, 0, 0, CALL(BilinearBlt(RECT, IMG(1), std::max(1, c.w - 1), c.h))},
+        {"AddColorValue", "", "*", {0}, 0, 0, {0}, 0, 0, 10, 0, CALL(AddColorValue(RECT, c.v))},
     };
+#undef CALL
+#undef RECT
+#undef IMG
     return table;
 }
 
