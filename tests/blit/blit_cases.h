@@ -221,9 +221,9 @@ inline Call random_call(const Blit& b, Rng& rng, Guard guard) {
         const int kind = rng.range(0, 2);
         if (kind == 0) fill_runs(c.im[k]->at(0, h - 1), c.im[k]->bytes() / (bits / 8), bits / 8, rng);
         if (kind == 1 && mask) {  // mask values near the time, where the transitions turn
-            std::vector<uint8_t> near(c.im[k]->bytes());
-            for (uint8_t& m : near) m = uint8_t(std::clamp(std::clamp(c.v, -3, 258) + rng.range(-3, 3), 0, 255));
-            c.im[k]->restore(near);
+            std::vector<uint8_t> values(c.im[k]->bytes());
+            for (uint8_t& m : values) m = uint8_t(std::clamp(std::clamp(c.v, -3, 258) + rng.range(-3, 3), 0, 255));
+            c.im[k]->restore(values);
         }
         c.x[k] = random_origin(rng, w, 12), c.y[k] = random_origin(rng, h, 12);
         widest = std::max(widest, w);
