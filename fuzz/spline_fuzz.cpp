@@ -8,28 +8,23 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     size_t at = 0;
-    auto next = [&]() -> uint32_t {
+    auto next = [&] {
         uint32_t v = 0;
         for (int i = 0; i < 4; ++i) v = v << 8 | (at < size ? data[at++] : 0);
         return v;
     };
-    auto value = [&]() -> float {
-        uint32_t bits = next();
+    auto value = [&] {  // mostly sixteenths, now and then any float
+        const uint32_t bits = next();
         float f;
-        std::memcpy(&f, &bits, 4);
-        return (bits & 0x300) ? static_cast<float>(static_cast<int32_t>(bits) % 4096) / 16 : f;
+        return (bits & 0x300) ? static_cast<float>(static_cast<int32_t>(bits) % 4096) / 16 : (std::memcpy(&f, &bits, 4), f);
     };
     SplineData spline{};
-    volatile float sink = 0;
     for (int round = 0; round < 3 && at < size; ++round) {
         const int32_t n = static_cast<int32_t>(next() % 80) - 2;
         if (!InitSpline(&spline, n)) continue;
-        for (int32_t i = 0; i <= n; ++i) {
-            spline.lpX[i] = value();
-            spline.lpY[i] = value();
-        }
+        for (int32_t i = 0; i <= n; ++i) spline.lpX[i] = value(), spline.lpY[i] = value();
         BuildSpline(&spline);
-        for (int k = 0; k < 24; ++k) sink = sink + CalcSpline(&spline, value());
+        for (int k = 0; k < 24; ++k) CalcSpline(&spline, value());
         if (next() & 1) DeleteSpline(&spline);
     }
     DeleteSpline(&spline);

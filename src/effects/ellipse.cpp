@@ -178,12 +178,17 @@ bool shares_bytes(const Side (&sides)[N]) {
     return false;
 }
 
-// Draws every row pair of the walk. For each column the row below the centre (memory row
-// rc - Y) is done before the row above it; when no image shares bytes with the destination
-// that order cannot show, and each row's run is drawn in one go.
-template <int N, class Pixel>
-void stamp(EllipseWalker& walk, const Side (&sides)[N], const Pixel& pixel) {
+// Draws every row pair of the walk through draw(kernels, p, n), which blends n admitted
+// pixels whose bytes start at p[0] in the destination and at p[1], p[2] in the images read.
+// For each column the row below the centre (memory row rc - Y) is done before the row above
+// it. When an image shares bytes with the destination that order shows: the pixels then go
+// one at a time through the reference runs, which read every byte they need just before the
+// byte it decides is written, the same in every build. Otherwise each row's run is drawn in
+// one go through the runs of the processor's level.
+template <int N, class Draw>
+void stamp(EllipseWalker& walk, const Side (&sides)[N], const Draw& draw) {
     const bool ordered = shares_bytes(sides);
+    const StampSpanKernels& fast = stamp_span_kernels(static_cast<int>(simd_level()));
     EllipseRow row;
     while (walk.next(&row)) {
         int64_t lo[2], hi[2], start[2][N];
@@ -200,7 +205,7 @@ void stamp(EllipseWalker& walk, const Side (&sides)[N], const Pixel& pixel) {
                 if (lo[half] > hi[half]) continue;
                 uint8_t* p[N];
                 for (int j = 0; j < N; ++j) p[j] = sides[j].bits + (start[half][j] + 3 * lo[half]);
-                pixel.run(p, hi[half] - lo[half] + 1);
+                draw(fast, p, hi[half] - lo[half] + 1);
             }
             continue;
         }
@@ -210,72 +215,13 @@ void stamp(EllipseWalker& walk, const Side (&sides)[N], const Pixel& pixel) {
                 if (c < lo[half] || c > hi[half]) continue;
                 uint8_t* p[N];
                 for (int j = 0; j < N; ++j) p[j] = sides[j].bits + (start[half][j] + 3 * c);
-                pixel.one(p);
+                draw(kStampSpanRef, p, 1);
             }
         }
     }
 }
 
-// Each pixel kind draws one pixel, reading every byte it needs just before the byte it
-// decides is written, so that bytes shared between the images give the same result in
-// every build; and a run of n pixels whose destination shares no byte with what is read,
-// through the run kernels of the processor's level. All the pixels are admitted.
-// Blue, green, red (the order of a pixel's bytes), repeated as the run kernels take it.
-struct Colour {
-    uint8_t bgr[48];
-    explicit Colour(COLORREF c) {
-        for (int i = 0; i < 48; i += 3) {
-            bgr[i] = static_cast<uint8_t>(c >> 16);
-            bgr[i + 1] = static_cast<uint8_t>(c >> 8);
-            bgr[i + 2] = static_cast<uint8_t>(c);
-        }
-    }
-};
-
-struct ColourPixel {
-    Colour colour;
-    int32_t alpha;
-    const StampSpanKernels* kernels;
-    void one(uint8_t* const* p) const { run(p, 1); }
-    void run(uint8_t* const* p, int64_t n) const { kernels->colour(p[0], colour.bgr, alpha, n); }
-};
-
-struct ColourMaskPixel {
-    Colour colour;
-    int32_t alpha;
-    const StampSpanKernels* kernels;
-    void one(uint8_t* const* p) const {
-        if (p[1][0] == 0) return;
-        const int32_t weight = mul_wrap(p[1][0], alpha);  // read once, before d is written
-        for (int i = 0; i < 3; ++i) p[0][i] = mix_floor16(p[0][i], colour.bgr[i], weight);
-    }
-    void run(uint8_t* const* p, int64_t n) const { kernels->colour_mask(p[0], colour.bgr, p[1], alpha, n); }
-};
-
-// alpha 256 copies the source exactly: mix_floor(d, s, 256) = d + (s - d).
-struct ImagePixel {
-    int32_t alpha;
-    const StampSpanKernels* kernels;
-    void one(uint8_t* const* p) const {
-        for (int i = 0; i < 3; ++i) p[0][i] = mix_floor(p[0][i], p[1][i], alpha);
-    }
-    void run(uint8_t* const* p, int64_t n) const { kernels->image(p[0], p[1], alpha, n); }
-};
-
-// Bytes +0, +2 and +3 of the mask are tested (+3 is the blue byte of the next pixel);
-// the weight is byte +0. With alpha 256 the shift by 16 equals (s - d) × m0 >> 8.
-struct ImageMaskPixel {
-    int32_t alpha;
-    const StampSpanKernels* kernels;
-    void one(uint8_t* const* p) const {
-        if (!image_mask_passes(p[2])) return;
-        const int32_t weight = mul_wrap(p[2][0], alpha);
-        for (int i = 0; i < 3; ++i) p[0][i] = mix_floor16(p[0][i], p[1][i], weight);
-    }
-    void run(uint8_t* const* p, int64_t n) const { kernels->image_mask(p[0], p[1], p[2], alpha, n); }
-};
-
-const StampSpanKernels* kernels_now() { return &stamp_span_kernels(static_cast<int>(simd_level())); }
+using Pixels = uint8_t* const*;
 
 }  // namespace
 
@@ -285,13 +231,24 @@ void color_ellipse(const ImageView& dst, int32_t x, int32_t y, uint32_t w, uint3
     Side d, m;
     if (!(box.a > 0) || !make_side(dst, box, x, y, x, &d)) return;
     if (mask && !make_side(*mask, box, mx, my, x, &m)) return;
+    // Blue, green, red (the order of a pixel's bytes), repeated as the runs take the colour.
+    uint8_t bgr[48];
+    for (int i = 0; i < 48; i += 3) {
+        bgr[i] = static_cast<uint8_t>(colour >> 16);
+        bgr[i + 1] = static_cast<uint8_t>(colour >> 8);
+        bgr[i + 2] = static_cast<uint8_t>(colour);
+    }
     EllipseWalker walk(box, dst.width, dst.height);
     if (mask) {
         const Side sides[2] = {d, m};
-        stamp(walk, sides, ColourMaskPixel{Colour(colour), alpha, kernels_now()});
+        stamp(walk, sides, [&](const StampSpanKernels& k, Pixels p, int64_t n) {
+            k.colour_mask(p[0], bgr, p[1], alpha, n);
+        });
     } else {
         const Side sides[1] = {d};
-        stamp(walk, sides, ColourPixel{Colour(colour), alpha, kernels_now()});
+        stamp(walk, sides, [&](const StampSpanKernels& k, Pixels p, int64_t n) {
+            k.colour(p[0], bgr, alpha, n);
+        });
     }
 }
 
@@ -306,10 +263,14 @@ void image_ellipse(const ImageView& dst, int32_t x, int32_t y, uint32_t w, uint3
     EllipseWalker walk(box, dst.width, dst.height);
     if (mask) {
         const Side sides[3] = {d, s, m};
-        stamp(walk, sides, ImageMaskPixel{alpha, kernels_now()});
+        stamp(walk, sides, [&](const StampSpanKernels& k, Pixels p, int64_t n) {
+            k.image_mask(p[0], p[1], p[2], alpha, n);
+        });
     } else {
         const Side sides[2] = {d, s};
-        stamp(walk, sides, ImagePixel{alpha, kernels_now()});
+        stamp(walk, sides, [&](const StampSpanKernels& k, Pixels p, int64_t n) {
+            k.image(p[0], p[1], alpha, n);
+        });
     }
 }
 

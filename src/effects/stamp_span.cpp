@@ -1,4 +1,4 @@
-// The reference runs: the rules pixel by pixel.
+// The reference runs: the rules pixel by pixel, each byte read just before it is needed.
 #include "effects/stamp_span.h"
 
 #include "effects/effects_math.h"

@@ -1,6 +1,8 @@
 // The runs of pixels the ellipse stamps draw: n 24-bit pixels in a row, blended towards a
-// colour or towards source pixels, optionally weighted by a mask. The destination shares
-// no byte with the source or the mask (the stamps draw shared bytes pixel by pixel).
+// colour or towards source pixels, optionally weighted by a mask. The fast runs need a
+// destination that shares no byte with the source or the mask; the reference runs read each
+// byte just before the byte it decides is written, and so also serve for single pixels
+// whose bytes are shared.
 //
 //   colour:  each byte d + ((c - d) × alpha >> 8)
 //   masked:  d + ((t - d) × m0 × alpha >> 16) where the mask lets the pixel through, with
