@@ -107,6 +107,7 @@ TEST_P(KnownValues, HueAndSaturation) {
         {{50, 100, 200}, nan, 0, 0, {50, 100, 200}}, {{50, 100, 200}, inf, 0, 0, {50, 100, 200}}, {{90, 90, 90}, nan, 0, 0, {90, 90, 90}},
         {{50, 100, 200}, 0, nan, 0, {50, 100, 200}}, {{50, 100, 200}, 0, 3, 0, {156, 50, 94}}, {{0, 0, 255}, 0, -3, 0, {255, 255, 2}},
         {{50, 100, 200}, 0, 1e10, 0, {50, 100, 200}}, {{50, 100, 200}, 0, -inf, 0, {50, 100, 200}}, {{50, 100, 200}, 1.0 / 3, nan, 1, {0, 200, 0}},
+        {{50, 100, 200}, 0, 0, 1, {50, 100, 200}},  // absolute hue 0, saturation 0: neither step
         {{10, 20, 30}, 1.0, 0, 0, {10, 20, 30}}, {{10, 20, 30}, -3.0, 0, 0, {10, 20, 30}},
     };
     mktest::Rng rng(2);
@@ -202,6 +203,23 @@ TEST(BlitDepths, UnusableRecordsDrawNothing) {
                 EXPECT_EQ(broken.snapshot(), broken_before) << b.name << ", image " << k << ", kind " << bad;
             }
         }
+    }
+}
+
+// Scaling calls that draw nothing: sizes of 0 or below, a source rectangle leaving its
+// image, a destination wholly outside, products of 2^62 and more.
+TEST(BlitDepths, RefusedScalingCalls) {
+    mktest::Rng rng(3);
+    GuardedImage dst(8, 8, 24, rng), src(8, 8, 24, rng);
+    const int calls[][8] = {{0, 0, 0, 4, 0, 0, 4, 4},  {0, 0, 4, -1, 0, 0, 4, 4}, {0, 0, 4, 4, 0, 0, 0, 4},
+                            {0, 0, 4, 4, 0, 0, 4, -4}, {0, 0, 4, 4, -1, 0, 4, 4}, {0, 0, 4, 4, 0, -1, 4, 4},
+                            {0, 0, 4, 4, 5, 0, 4, 4},  {0, 0, 4, 4, 0, 5, 4, 4},  {0, 0, 4, 4, INT_MAX, 0, 4, 4},
+                            {8, 0, 4, 4, 0, 0, 4, 4},  {0, -4, 4, 4, 0, 0, 4, 4}, {INT_MIN, 0, INT_MAX, 4, 0, 0, 4, 4},
+                            {0, 0, INT_MAX, INT_MAX, 0, 0, 8, 8}};
+    const std::vector<uint8_t> before = dst.snapshot();
+    for (const auto& c : calls) {
+        BilinearBlt(dst.record(), c[0], c[1], c[2], c[3], src.record(), c[4], c[5], c[6], c[7]);
+        EXPECT_EQ(dst.snapshot(), before) << "call " << (&c - calls);
     }
 }
 
