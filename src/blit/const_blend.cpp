@@ -8,6 +8,7 @@
 #include "blit/clip.h"
 #include "blit/copy.h"
 #include "blit/cpu.h"
+#include "blit/frame.h"
 #include "blit/mmx_switch.h"
 #include "blit/row24.h"
 
@@ -125,33 +126,19 @@ OffsetFn offset_kernel(int level) {
 void alpha_blend_blt(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src1,
                      int sx1, int sy1, const BitmapData* src2, int sx2, int sy2, int32_t alpha,
                      bool switch_path) {
-    ImageView d, a, b;
-    if (!make_view(dst, &d) || d.bit_count != 24) return;
-    if (!make_view(src1, &a) || !make_view(src2, &b)) return;
-    ClipBltEntry entries[3] = {{d.width, d.height, x, y},
-                               {a.width, a.height, sx1, sy1},
-                               {b.width, b.height, sx2, sy2}};
-    if (!ClipBltRects(&w, &h, entries, 3) || w <= 0 || h <= 0) return;
+    BlitFrame f;
+    if (!open_frame({{dst, x, y}, {src1, sx1, sy1}, {src2, sx2, sy2}}, w, h, &f)) return;
+    const ImageView &a = f.view[1], &b = f.view[2];
     bool both24 = a.bit_count == 24 && b.bit_count == 24;
     bool both8 = a.bit_count == 8 && b.bit_count == 8;
     if (!both24 && !both8) return;
     Palette256 palette_a, palette_b;
-    BlendRect r{};
     if (both8) {
         load_palette(src1, &palette_a);
         load_palette(src2, &palette_b);
-        r.a_palette = &palette_a;
-        r.b_palette = &palette_b;
     }
-    r.dst = rect_start(d, entries[0].xOrigin, entries[0].yOrigin, h);
-    r.a = rect_start(a, entries[1].xOrigin, entries[1].yOrigin, h);
-    r.b = rect_start(b, entries[2].xOrigin, entries[2].yOrigin, h);
-    r.dst_stride = d.stride;
-    r.a_stride = a.stride;
-    r.b_stride = b.stride;
-    r.w = w;
-    r.h = h;
-    r.alpha = alpha;
+    const BlendRect r{f.start[0], f.start[1], f.start[2], f.view[0].stride, a.stride, b.stride, f.w, f.h, alpha,
+                      both8 ? &palette_a : nullptr, both8 ? &palette_b : nullptr};
     // 8-bit sources mix by the plain rule whatever the switch says.
     blend(r, switch_path && both24);
 }

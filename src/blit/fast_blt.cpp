@@ -1,7 +1,7 @@
 #include "blit/fast_blt.h"
 
-#include "blit/clip.h"
 #include "blit/copy.h"
+#include "blit/frame.h"
 #include "blit/mmx_switch.h"
 #include "image/bitmap_record.h"
 #include "platform/blit_calls.h"
@@ -10,18 +10,9 @@ namespace mediakit {
 
 void fast_blt_mmx(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src, int sx,
                   int sy) {
-    ImageView d, s;
-    if (!make_view(dst, &d) || d.bit_count != 24) return;
-    if (!make_view(src, &s)) return;
-    ClipBltEntry entries[2] = {{d.width, d.height, x, y}, {s.width, s.height, sx, sy}};
-    if (!ClipBltRects(&w, &h, entries, 2)) return;
-    if (s.bit_count != 24 || w <= 0 || h <= 0) return;
-    x = entries[0].xOrigin;
-    y = entries[0].yOrigin;
-    sx = entries[1].xOrigin;
-    sy = entries[1].yOrigin;
-    CopyRect24MMX(rect_start(d, x, y, h), rect_start(s, sx, sy, h), w, h, d.stride,
-                  s.stride);
+    BlitFrame f;
+    if (!open_frame({{dst, x, y}, {src, sx, sy}}, w, h, &f) || f.view[1].bit_count != 24) return;
+    CopyRect24MMX(f.start[0], f.start[1], f.w, f.h, f.view[0].stride, f.view[1].stride);
 }
 
 }  // namespace mediakit

@@ -1,8 +1,8 @@
 // Hue and saturation revision: the plain loops, the choice of kernels and the export.
 #include "blit/hsb.h"
 
-#include "blit/clip.h"
 #include "blit/cpu.h"
+#include "blit/frame.h"
 #include "image/bitmap_record.h"
 
 namespace mediakit {
@@ -54,11 +54,9 @@ void revise_hsb(uint8_t* first, ptrdiff_t stride, int w, int h, const HsbArgs& a
 extern "C" void MEDIAKIT_CALL ReviseHSB(BitmapData* dest, int x, int y, int w, int h, double hue,
                                         double saturation, double brightness, int absolute) {
     (void)brightness;  // accepted for the calling shape; it has no effect
-    mediakit::ImageView view;
-    if (!mediakit::make_view(dest, &view) || view.bit_count != 24) return;
-    ClipBltEntry entry = {view.width, view.height, x, y};
-    if (!mediakit::ClipBltRects(&w, &h, &entry, 1) || w <= 0 || h <= 0) return;
+    mediakit::BlitFrame f;
+    if (!mediakit::open_frame({{dest, x, y}}, w, h, &f)) return;
     const mediakit::HsbArgs args = {hue, saturation, absolute != 0};
-    mediakit::revise_hsb(mediakit::rect_start(view, entry.xOrigin, entry.yOrigin, h), view.stride,
-                         w, h, args, mediakit::hsb_kernels(static_cast<int>(mediakit::simd_level())));
+    mediakit::revise_hsb(f.start[0], f.view[0].stride, f.w, f.h, args,
+                         mediakit::hsb_kernels(static_cast<int>(mediakit::simd_level())));
 }

@@ -113,47 +113,53 @@ void hue_quad(uint8_t* p, const HsbArgs& args) {
     store_quad(p, pick(flat, rv, blue), pick(flat, rv, green), pick(flat, rv, red));
 }
 
+// The largest channel of each lane (or with kLargest false the smallest) and which one it
+// is: red only if strictly beyond green, blue only if strictly beyond that.
+struct Extreme {
+    __m128i value, red, green, blue;
+};
+
+template <bool kLargest>
+Extreme extreme(const Quad& px) {
+    const auto beyond = [](__m128i a, __m128i b) { return kLargest ? _mm_cmpgt_epi32(a, b) : _mm_cmplt_epi32(a, b); };
+    Extreme e;
+    const __m128i red_beyond_green = beyond(px.r, px.g);
+    e.value = pick(red_beyond_green, px.r, px.g);
+    e.blue = beyond(px.b, e.value);
+    e.value = pick(e.blue, px.b, e.value);
+    e.red = _mm_andnot_si128(e.blue, red_beyond_green);
+    e.green = _mm_andnot_si128(_mm_or_si128(e.blue, red_beyond_green), _mm_set1_epi32(-1));
+    return e;
+}
+
 void strengthen_quad(uint8_t* p, double saturation) {
     const Quad px = load_quad(p);
     const __m128i ones = _mm_set1_epi32(-1);
-    // The largest: red only if strictly above green, blue only if strictly above that.
-    const __m128i red_over_green = _mm_cmpgt_epi32(px.r, px.g);
-    __m128i largest = pick(red_over_green, px.r, px.g);
-    const __m128i blue_largest = _mm_cmpgt_epi32(px.b, largest);
-    largest = pick(blue_largest, px.b, largest);
-    const __m128i red_largest = _mm_andnot_si128(blue_largest, red_over_green);
-    const __m128i green_largest = _mm_andnot_si128(_mm_or_si128(blue_largest, red_over_green), ones);
-    // The smallest: red only if strictly below green, blue only if strictly below that.
-    const __m128i red_under_green = _mm_cmplt_epi32(px.r, px.g);
-    __m128i smallest = pick(red_under_green, px.r, px.g);
-    const __m128i blue_smallest = _mm_cmplt_epi32(px.b, smallest);
-    smallest = pick(blue_smallest, px.b, smallest);
-    const __m128i red_smallest = _mm_andnot_si128(blue_smallest, red_under_green);
-    const __m128i green_smallest = _mm_andnot_si128(_mm_or_si128(blue_smallest, red_under_green), ones);
+    const Extreme large = extreme<true>(px), small = extreme<false>(px);
     // The middle: the first of red, green, blue that is neither.
-    const __m128i red_middle = _mm_andnot_si128(_mm_or_si128(red_largest, red_smallest), ones);
+    const __m128i red_middle = _mm_andnot_si128(_mm_or_si128(large.red, small.red), ones);
     const __m128i green_middle =
-        _mm_andnot_si128(_mm_or_si128(red_middle, _mm_or_si128(green_largest, green_smallest)), ones);
+        _mm_andnot_si128(_mm_or_si128(red_middle, _mm_or_si128(large.green, small.green)), ones);
     const __m128i middle = pick(red_middle, px.r, pick(green_middle, px.g, px.b));
 
     const __m128i leave = _mm_or_si128(
-        _mm_or_si128(_mm_cmpeq_epi32(largest, _mm_set1_epi32(255)), _mm_cmpeq_epi32(smallest, _mm_setzero_si128())),
-        _mm_cmpeq_epi32(largest, smallest));
-    const __m128i room = _mm_min_epi32(_mm_sub_epi32(_mm_set1_epi32(255), largest), smallest);
+        _mm_or_si128(_mm_cmpeq_epi32(large.value, _mm_set1_epi32(255)), _mm_cmpeq_epi32(small.value, _mm_setzero_si128())),
+        _mm_cmpeq_epi32(large.value, small.value));
+    const __m128i room = _mm_min_epi32(_mm_sub_epi32(_mm_set1_epi32(255), large.value), small.value);
     // Lanes left alone divide by 1 instead of a possible 0.
-    const __m256d span = to_double(pick(leave, _mm_set1_epi32(1), _mm_sub_epi32(largest, smallest)));
-    const __m256d ratio = _mm256_div_pd(to_double(_mm_sub_epi32(middle, smallest)), span);
+    const __m256d span = to_double(pick(leave, _mm_set1_epi32(1), _mm_sub_epi32(large.value, small.value)));
+    const __m256d ratio = _mm256_div_pd(to_double(_mm_sub_epi32(middle, small.value)), span);
     const __m256d half = _mm256_set1_pd(0.5);
     const __m128i d = _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_mul_pd(to_double(room), _mm256_set1_pd(saturation)), half));
-    const __m128i new_largest = _mm_add_epi32(largest, d), new_smallest = _mm_sub_epi32(smallest, d);
+    const __m128i new_largest = _mm_add_epi32(large.value, d), new_smallest = _mm_sub_epi32(small.value, d);
     const __m128i new_middle = _mm_add_epi32(
         new_smallest,
         _mm256_cvttpd_epi32(_mm256_add_pd(_mm256_mul_pd(to_double(_mm_sub_epi32(new_largest, new_smallest)), ratio), half)));
 
     const __m128i blue_middle = _mm_andnot_si128(_mm_or_si128(red_middle, green_middle), ones);
-    const __m128i red = pick(red_largest, new_largest, pick(red_smallest, new_smallest, new_middle));
-    const __m128i green = pick(green_largest, new_largest, pick(green_smallest, new_smallest, new_middle));
-    const __m128i blue = pick(blue_largest, new_largest, pick(blue_smallest, new_smallest, pick(blue_middle, new_middle, px.b)));
+    const __m128i red = pick(large.red, new_largest, pick(small.red, new_smallest, new_middle));
+    const __m128i green = pick(large.green, new_largest, pick(small.green, new_smallest, new_middle));
+    const __m128i blue = pick(large.blue, new_largest, pick(small.blue, new_smallest, pick(blue_middle, new_middle, px.b)));
     store_quad(p, pick(leave, px.b, blue), pick(leave, px.g, green), pick(leave, px.r, red));
 }
 

@@ -4,8 +4,8 @@
 
 #include <cassert>
 
-#include "blit/clip.h"
 #include "blit/cpu.h"
+#include "blit/frame.h"
 #include "blit/row24.h"
 
 namespace mediakit {
@@ -91,56 +91,32 @@ KeyBlitFn color_key_kernel(int level) {
 void mask_key_blt(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src, int sx,
                   int sy, const BitmapData* mask, int mx, int my, int lo, int hi,
                   int32_t strength) {
-    ImageView d, s, m;
-    if (!make_view(dst, &d) || d.bit_count != 24) return;
-    if (!make_view(src, &s) || !make_view(mask, &m)) return;
-    ClipBltEntry entries[3] = {{d.width, d.height, x, y},
-                               {s.width, s.height, sx, sy},
-                               {m.width, m.height, mx, my}};
-    if (!ClipBltRects(&w, &h, entries, 3)) return;
+    BlitFrame f;
+    if (!open_frame({{dst, x, y}, {src, sx, sy}, {mask, mx, my}}, w, h, &f)) return;
+    const ImageView &s = f.view[1], &m = f.view[2];
     if (s.bit_count != 24 && s.bit_count != 8) return;
     // Masks of other depths would be walked 3 bytes a pixel from a row start of their own
     // depth, past the end of their rows: they draw nothing.
     if (m.bit_count != 8 && m.bit_count != 24) return;
-    if (w <= 0 || h <= 0 || lo > hi) return;
+    if (lo > hi) return;
     Palette256 palette;
     if (s.bit_count == 8) load_palette(src, &palette);
-    KeyBlitRect r{};
-    r.dst = rect_start(d, entries[0].xOrigin, entries[0].yOrigin, h);
-    r.src = rect_start(s, entries[1].xOrigin, entries[1].yOrigin, h);
-    r.mask = rect_start(m, entries[2].xOrigin, entries[2].yOrigin, h);
-    r.dst_stride = d.stride;
-    r.src_stride = s.stride;
-    r.mask_stride = m.stride;
-    r.w = w;
-    r.h = h;
-    r.mask_step = m.bit_count == 8 ? 1 : 3;
-    r.lo = static_cast<uint8_t>(lo);
-    r.hi = static_cast<uint8_t>(hi);
-    r.strength = strength;
-    r.palette = s.bit_count == 8 ? &palette : nullptr;
+    const KeyBlitRect r{f.start[0], f.start[1], f.start[2], f.view[0].stride, s.stride, m.stride, f.w, f.h,
+                        m.bit_count == 8 ? 1 : 3, static_cast<uint8_t>(lo), static_cast<uint8_t>(hi), strength,
+                        s.bit_count == 8 ? &palette : nullptr};
     draw(mask_key_kernel, r);
 }
 
 void color_key_blt(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src, int sx,
                    int sy, int32_t alpha) {
-    ImageView d, s;
-    if (!make_view(dst, &d) || d.bit_count != 24) return;
-    if (!make_view(src, &s)) return;
-    ClipBltEntry entries[2] = {{d.width, d.height, x, y}, {s.width, s.height, sx, sy}};
-    if (!ClipBltRects(&w, &h, entries, 2)) return;
-    if ((s.bit_count != 24 && s.bit_count != 8) || w <= 0 || h <= 0) return;
+    BlitFrame f;
+    if (!open_frame({{dst, x, y}, {src, sx, sy}}, w, h, &f)) return;
+    const ImageView& s = f.view[1];
+    if (s.bit_count != 24 && s.bit_count != 8) return;
     Palette256 palette;
     if (s.bit_count == 8) load_palette(src, &palette);
-    KeyBlitRect r{};
-    r.dst = rect_start(d, entries[0].xOrigin, entries[0].yOrigin, h);
-    r.src = rect_start(s, entries[1].xOrigin, entries[1].yOrigin, h);
-    r.dst_stride = d.stride;
-    r.src_stride = s.stride;
-    r.w = w;
-    r.h = h;
-    r.strength = alpha;
-    r.palette = s.bit_count == 8 ? &palette : nullptr;
+    const KeyBlitRect r{f.start[0], f.start[1], nullptr, f.view[0].stride, s.stride, 0, f.w, f.h,
+                        0, 0, 0, alpha, s.bit_count == 8 ? &palette : nullptr};
     draw(color_key_kernel, r);
 }
 

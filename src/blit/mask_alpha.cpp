@@ -4,8 +4,8 @@
 // per-pixel path (the mask pixel's first byte weighs all three channels).
 #include <algorithm>
 
-#include "blit/clip.h"
 #include "blit/cpu.h"
+#include "blit/frame.h"
 #include "blit/mask_blend.h"
 #include "blit/mmx_switch.h"
 #include "image/bitmap_record.h"
@@ -37,25 +37,15 @@ void blend_palette_rows(const MaskRows& rows, const uint8_t* indices, ptrdiff_t 
 void mask_alpha_blt(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src, int sx,
                     int sy, const BitmapData* mask, int mx, int my, int strength) {
     if (strength == 0) return;
-    ImageView d, s, m;
-    if (!make_view(dst, &d) || d.bit_count != 24) return;
-    if (!make_view(src, &s) || !make_view(mask, &m)) return;
-    ClipBltEntry entries[3] = {{d.width, d.height, x, y}, {s.width, s.height, sx, sy}, {m.width, m.height, mx, my}};
-    if (!ClipBltRects(&w, &h, entries, 3)) return;
+    BlitFrame f;
+    if (!open_frame({{dst, x, y}, {src, sx, sy}, {mask, mx, my}}, w, h, &f)) return;
+    const ImageView &s = f.view[1], &m = f.view[2];
     const bool mmx = mmx_in_use();
     // Masks of other depths draw nothing: their pixels are not whole bytes, or not laid out
     // as one or three bytes, and stepping through them could leave the mask's rows.
-    if (w <= 0 || h <= 0 || (m.bit_count != 8 && m.bit_count != 24)) return;
-    MaskRows rows{};
-    rows.dst = rect_start(d, entries[0].xOrigin, entries[0].yOrigin, h);
-    rows.src = rect_start(s, entries[1].xOrigin, entries[1].yOrigin, h);
-    rows.mask = rect_start(m, entries[2].xOrigin, entries[2].yOrigin, h);
-    rows.dst_stride = d.stride;
-    rows.src_stride = s.stride;
-    rows.mask_stride = m.stride;
-    rows.mask_step = m.bit_count / 8;
-    rows.w = w;
-    rows.h = h;
+    if (m.bit_count != 8 && m.bit_count != 24) return;
+    const MaskRows rows{f.start[0], f.start[1], nullptr,   f.start[2],         f.view[0].stride,
+                        s.stride,   0,          m.stride,  m.bit_count / 8,    f.w, f.h};
     const int level = static_cast<int>(simd_level());
     // Strengths outside 1..256 are outside the contract; the reference gives them its
     // wrapping arithmetic, which the per-pixel vector kernels do not reproduce.

@@ -4,8 +4,8 @@
 // part, so the destination may be the first source itself at the same origin.
 #include <algorithm>
 
-#include "blit/clip.h"
 #include "blit/cpu.h"
+#include "blit/frame.h"
 #include "blit/mask_blend.h"
 #include "blit/mmx_switch.h"
 #include "image/bitmap_record.h"
@@ -44,30 +44,15 @@ void blend_palette_rows(const MaskRows& rows, const PaletteSource& first, const 
 void mask_time_alpha_blt(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src1,
                          int sx1, int sy1, const BitmapData* src2, int sx2, int sy2,
                          const BitmapData* mask, int mx, int my, int t) {
-    ImageView d, s1, s2, m;
-    if (!make_view(dst, &d) || d.bit_count != 24) return;
-    if (!make_view(src1, &s1) || !make_view(src2, &s2) || !make_view(mask, &m)) return;
-    ClipBltEntry entries[4] = {{d.width, d.height, x, y},
-                               {s1.width, s1.height, sx1, sy1},
-                               {s2.width, s2.height, sx2, sy2},
-                               {m.width, m.height, mx, my}};
-    if (!ClipBltRects(&w, &h, entries, 4)) return;
+    BlitFrame f;
+    if (!open_frame({{dst, x, y}, {src1, sx1, sy1}, {src2, sx2, sy2}, {mask, mx, my}}, w, h, &f)) return;
+    const ImageView &s1 = f.view[1], &s2 = f.view[2], &m = f.view[3];
     const bool mmx = mmx_in_use();
     // Masks of other depths draw nothing, as in the masked alpha blit.
-    if (w <= 0 || h <= 0 || (m.bit_count != 8 && m.bit_count != 24)) return;
+    if (m.bit_count != 8 && m.bit_count != 24) return;
     if (s1.bit_count != s2.bit_count || (s1.bit_count != 24 && s1.bit_count != 8)) return;
-    MaskRows rows{};
-    rows.dst = rect_start(d, entries[0].xOrigin, entries[0].yOrigin, h);
-    rows.src = rect_start(s1, entries[1].xOrigin, entries[1].yOrigin, h);
-    rows.src2 = rect_start(s2, entries[2].xOrigin, entries[2].yOrigin, h);
-    rows.mask = rect_start(m, entries[3].xOrigin, entries[3].yOrigin, h);
-    rows.dst_stride = d.stride;
-    rows.src_stride = s1.stride;
-    rows.src2_stride = s2.stride;
-    rows.mask_stride = m.stride;
-    rows.mask_step = m.bit_count / 8;
-    rows.w = w;
-    rows.h = h;
+    const MaskRows rows{f.start[0], f.start[1], f.start[2], f.start[3],      f.view[0].stride,
+                        s1.stride,  s2.stride,  m.stride,   m.bit_count / 8, f.w, f.h};
     const int level = static_cast<int>(simd_level());
     if (s1.bit_count == 24) {
         if (mmx && m.bit_count == 24)
