@@ -26,7 +26,6 @@ public:
     DWORD last_error = ERROR_NOT_ENOUGH_MEMORY;  ///< what GetLastError reports after a scripted failure
 
     std::vector<UINT> dib_usages;
-    std::vector<BITMAPINFOHEADER> dib_headers;
     std::vector<MessageBoxCall> message_boxes;
     std::vector<std::string> load_image_calls;  ///< "module|name|flags"
     int sections_alive = 0;

@@ -25,7 +25,6 @@ ImageCallsFake::~ImageCallsFake() {
 HBITMAP WINAPI ImageCallsFake::create_dib(HDC hdc, const BITMAPINFO* info, UINT usage, void** bits,
                                           HANDLE section, DWORD offset) {
     active_->dib_usages.push_back(usage);
-    active_->dib_headers.push_back(info->bmiHeader);
     if (active_->fail_create_dib) return nullptr;
     HBITMAP h = ::CreateDIBSection(hdc, info, usage, bits, section, offset);
     if (h) ++active_->sections_alive;
