@@ -1,6 +1,7 @@
-// ACM decoding against Wine's real ACM and its built-in codecs, on files made by sox and
-// checked against sox's own decode; failing steps injected through a pass-through fake;
-// codec drivers added and removed for real with a small test driver.
+// WAVE files, resources and ACM decoding against Wine's real KERNEL32 and ACM with its
+// built-in codecs, on files made by sox and checked against sox's own decode; failing steps
+// injected through pass-through fakes; codec drivers added and removed for real with a small
+// test driver. The walks themselves are tested portably.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -9,29 +10,94 @@
 #include <string>
 
 #include "audio/acm.h"
+#include "guarded.h"
 #include "mediakit.h"
 #include "platform/acm_calls.h"
+#include "platform/wave_calls.h"
 #include "riff_builder.h"
 #include "temp_dir.h"
 
 namespace {
 
+using namespace mktest;
+
 std::string sox_file(const std::string& name) { return std::string(MK_SOX_WAV_DIR) + "/" + name + ".wav"; }
+template <class T> bool is_zero(const T& r) { static const T kZero{}; return std::memcmp(&r, &kZero, sizeof r) == 0; }
+// A file can be deleted only while no handle is open on it.
+bool no_handle_open(const std::string& path) { return DeleteFileA(path.c_str()) != 0; }
 
-struct Wave {
-    explicit Wave(const std::string& name) { ok = wav_OpenWaveForFile(sox_file(name).c_str(), &r, 1) == 1 && r.lpFormat; }
-    ~Wave() { wav_CloseWaveForFile(&r); }
+// ---- Files and resources ------------------------------------------------------------------
+
+TEST(WaveFile, LoadingClosesTheFileStreamingKeepsItAtTheDataAndFailuresLeaveNothing) {
+    TempDir dir;
     WaveForFile r{};
-    bool ok;
-};
-
-bool conversion_closed() {
-    static const ACMSTREAMHEADER kZero{};
-    mediakit::AcmStateView s = mediakit::acm_state_for_test();
-    return !s.stream && std::memcmp(&s.header, &kZero, sizeof kZero) == 0;
+    auto open = [&](const Bytes& bytes, int load, const char* name = "a.wav") {
+        write_file(dir.path(name), bytes);
+        return wav_OpenWaveForFile(dir.path(name).c_str(), &r, load);
+    };
+    const Bytes good = Riff().chunk("fmt ", ramp(16)).chunk("LIST", ramp(7)).chunk("data", ramp(10, 40)).bytes();
+    ASSERT_EQ(open(good, 1), 1);
+    EXPECT_TRUE(!r.hFile && r.llDataOffset == 60 && Bytes(r.lpData, r.lpData + r.dwDataSize) == ramp(10, 40));
+    EXPECT_TRUE(no_handle_open(dir.path("a.wav")));
+    // Failures close the record first, whatever it held. Loading cannot allocate a data
+    // block of almost 4 GiB in a 32-bit process.
+    const Bytes bad[] = {Riff().chunk("fmt ", ramp(12)).bytes(), Bytes{'R', 'I', 'F', 'F'},
+                         Riff().chunk("fmt ", ramp(16)).chunk("data", ramp(16), 0xFFFFFFF0).bytes()};
+    for (const Bytes& bytes : bad) {
+        ASSERT_EQ(open(good, 0), 1);
+        Bytes samples(10);
+        DWORD got = 0;
+        ASSERT_TRUE(r.hFile && !r.lpData && ReadFile(r.hFile, samples.data(), 10, &got, nullptr));
+        EXPECT_EQ(samples, ramp(10, 40)) << "streaming starts at the first data byte";
+        EXPECT_EQ(open(bytes, 1, "b.wav"), 0) << bytes.size();
+        EXPECT_TRUE(is_zero(r) && no_handle_open(dir.path("a.wav")) && no_handle_open(dir.path("b.wav")));
+    }
+    EXPECT_EQ(wav_OpenWaveForFile(dir.path("missing.wav").c_str(), &r, 1) + wav_OpenWaveForFile(nullptr, &r, 1) +
+              wav_OpenWaveForFile(dir.path("a.wav").c_str(), nullptr, 1), 0);
 }
 
-// ---- A pass-through fake that logs each call by name ("!" after one it failed) -----------
+// By name and by identifier; an unknown name leaves the outputs untouched.
+TEST(WaveResource, FoundByNameAndByIdentifier) {
+    Bytes file = read_file(sox_file("ima_mono"));
+    for (LPCSTR name : {LPCSTR("chime"), LPCSTR("CHIME"), LPCSTR(MAKEINTRESOURCEA(101)), LPCSTR("nosuch")}) {
+        const bool known = IS_INTRESOURCE(name) || std::strcmp(name, "nosuch") != 0;
+        const WAVEFORMATEX* format = nullptr;
+        BYTE* data = reinterpret_cast<BYTE*>(0x10);
+        DWORD size = 0, fact = 0;
+        ASSERT_EQ(wav_GetWaveForResource(GetModuleHandleA(nullptr), name, &format, &fact, &data, &size), known);
+        EXPECT_TRUE(known ? !std::memcmp(format, &file[20], 20) && fact == mediakit::read_u32le(&file[48]) &&
+                                Bytes(data, data + size) == Bytes(file.begin() + 60, file.end())
+                          : !format && data == reinterpret_cast<BYTE*>(0x10));
+    }
+}
+
+// An image whose riffSize claims more than it holds, flush against an inaccessible page,
+// its "fact" value cut: without a length the walk stops where readable memory ends, and a
+// resource's walk at the resource's own size.
+GuardedBuffer* g_resource = nullptr;
+HRSRC WINAPI fake_find(HMODULE, LPCSTR, LPCSTR) { return reinterpret_cast<HRSRC>(0x40); }
+HGLOBAL WINAPI fake_load(HMODULE, HRSRC) { return reinterpret_cast<HGLOBAL>(0x80); }
+LPVOID WINAPI fake_lock(HGLOBAL) { return g_resource->data(); }
+DWORD WINAPI fake_size(HMODULE, HRSRC) { return DWORD(g_resource->size()); }
+
+TEST(WaveImage, LyingSizesStopAtTheEndOfTheImage) {
+    Bytes image = Riff().chunk("fmt ", ramp(16)).chunk("fact", body(4, {{0, 9}})).bytes(4096);
+    GuardedBuffer guarded(image.size() - 2);
+    std::memcpy(guarded.data(), image.data(), guarded.size());
+    g_resource = &guarded;
+    const mediakit::WaveCalls fake = {fake_find, fake_load, fake_lock, fake_size};
+    for (bool resource : {false, true}) {
+        const WAVEFORMATEX* format = nullptr;
+        DWORD fact = 77;
+        mediakit::set_wave_calls_for_test(&fake);
+        EXPECT_EQ(resource ? wav_GetWaveForResource(nullptr, "x", &format, &fact, nullptr, nullptr)
+                           : wav_ParseWaveResource(guarded.data(), &format, &fact, nullptr, nullptr), 1);
+        mediakit::set_wave_calls_for_test(nullptr);
+        EXPECT_TRUE(reinterpret_cast<const uint8_t*>(format) == guarded.data() + 20 && fact == 0) << resource;
+    }
+}
+
+// ---- A pass-through ACM fake that logs each call by name ("!" after one it failed) --------
 
 std::string g_log, g_fail;
 const mediakit::AcmCalls* g_real = nullptr;
@@ -42,7 +108,7 @@ bool failing(const char* name) {
 }
 long count(const std::string& call) {
     long n = 0;
-    for (size_t at = 0; (at = (" " + g_log).find(" " + call + " ", at)) != std::string::npos; ++at) ++n;
+    for (size_t at = 0; (at = g_log.find(call + " ", at)) != std::string::npos; ++at) ++n;
     return n;
 }
 #define MK_FAKE(type, name, fail, params, ...) \
@@ -72,6 +138,18 @@ struct FakeAcm {
 
 // ---- Decoding -----------------------------------------------------------------------------
 
+struct Wave {
+    explicit Wave(const std::string& name) { ok = wav_OpenWaveForFile(sox_file(name).c_str(), &r, 1) == 1 && r.lpFormat; }
+    ~Wave() { wav_CloseWaveForFile(&r); }
+    WaveForFile r{};
+    bool ok;
+};
+
+bool conversion_closed() {
+    mediakit::AcmStateView s = mediakit::acm_state_for_test();
+    return !s.stream && is_zero(s.header);
+}
+
 // IMA ADPCM and G.711 have one exact decoding rule, so Wine's codecs and sox agree sample
 // for sample. MS ADPCM decoders may round the predictor either way, and the difference feeds
 // back through it: the ACM's decode must stay within a few steps of sox's.
@@ -82,13 +160,11 @@ TEST(AcmDecode, SoxFilesDecodeAsSoxDecodesThem) {
         SCOPED_TRACE(row.name);
         Wave w(row.name), ref(std::string(row.name) + "_ref");
         ASSERT_TRUE(w.ok && ref.ok && ref.r.dwDataSize);
-        WAVEFORMATEX target;
+        WAVEFORMATEX target, pcm;
         std::memset(&target, 0xCD, sizeof target);
         DWORD bytes = 0;
         ASSERT_EQ(acm_BeginDecode(w.r.lpFormat, w.r.dwSampleLength, w.r.dwDataSize, &target, &bytes), 1);
-        const WORD channels = w.r.lpFormat->nChannels;
-        WAVEFORMATEX pcm{WAVE_FORMAT_PCM, channels, w.r.lpFormat->nSamplesPerSec, 0, WORD(2 * channels), 16, 0};
-        pcm.nAvgBytesPerSec = pcm.nSamplesPerSec * pcm.nBlockAlign;
+        wav_SetWaveFormat(w.r.lpFormat->nChannels, 16, w.r.lpFormat->nSamplesPerSec, &pcm);
         EXPECT_EQ(std::memcmp(&target, &pcm, sizeof pcm), 0);
         std::vector<int16_t> got((bytes + 1) / 2);
         EXPECT_EQ(acm_Decode(w.r.lpData, reinterpret_cast<BYTE*>(got.data())), 1);
@@ -112,13 +188,13 @@ TEST(AcmDecode, SoxFilesDecodeAsSoxDecodesThem) {
 TEST(AcmDecode, EveryFailingStepLeavesTheConversionClosed) {
     Wave ima("ima_mono");
     ASSERT_TRUE(ima.ok);
+    WAVEFORMATEX target;
+    DWORD bytes = 0;
     const struct { const char* step; int begun, decoded; } rows[] = {
         {"acmFormatSuggest", 0, 0}, {"acmStreamOpen", 0, 0}, {"acmStreamSize", 0, 0},
         {"acmStreamPrepareHeader", 1, 0}, {"acmStreamConvert", 1, 0}, {"", 1, 1}};
     for (const auto& row : rows) {
         FakeAcm fake(row.step);
-        WAVEFORMATEX target;
-        DWORD bytes = 0;
         EXPECT_EQ(acm_BeginDecode(ima.r.lpFormat, 0, ima.r.dwDataSize, &target, &bytes), row.begun) << row.step;
         std::vector<BYTE> out(bytes + 1);
         EXPECT_EQ(row.begun && acm_Decode(ima.r.lpData, out.data()), row.decoded) << row.step;
@@ -129,8 +205,6 @@ TEST(AcmDecode, EveryFailingStepLeavesTheConversionClosed) {
         EXPECT_TRUE(!count("acmStreamPrepareHeader") || g_log.find("UnprepareHeader acmStreamClose") != std::string::npos) << g_log;
     }
     FakeAcm fake;  // a second begin ends the first conversion
-    WAVEFORMATEX target;
-    DWORD bytes = 0;
     for (int begin = 0; begin < 2; ++begin) acm_BeginDecode(ima.r.lpFormat, 0, ima.r.dwDataSize, &target, &bytes);
     acm_EndDecode();
     EXPECT_EQ(count("acmStreamClose") * count("acmStreamOpen"), 4) << g_log;
@@ -139,24 +213,18 @@ TEST(AcmDecode, EveryFailingStepLeavesTheConversionClosed) {
 // ---- Codec drivers ------------------------------------------------------------------------
 
 bool loaded(const char* module) { return GetModuleHandleA(module) != nullptr; }
-bool is_zero(const AcmDriverEntry& e) { return !e.hModule && !e.hadid; }
 
-// A folder of ".acm" files, and the current directory there while it lives, so that the
-// bare names the scan hands to LoadLibraryA resolve to these files.
-class DriverFolder : public testing::Test {
-protected:
-    void SetUp() override { GetCurrentDirectoryA(MAX_PATH, cwd_), SetCurrentDirectoryA(dir_.path("").c_str()); }
-    void TearDown() override { acm_FreeDrivers(), SetCurrentDirectoryA(cwd_); }
-    std::string file(const std::string& name, bool driver = true) {
-        if (driver) std::filesystem::copy_file(MK_TEST_ACM_DRIVER, dir_.path(name));
-        else mktest::write_file(dir_.path(name), mktest::Bytes(100, 'x'));
-        return dir_.path(name);
-    }
-    mktest::TempDir dir_;
-    char cwd_[MAX_PATH];
-};
-
-TEST_F(DriverFolder, AddRemoveAndScan) {
+// A folder of ".acm" files, current while the test runs, so that the bare names the scan
+// hands to LoadLibraryA resolve to these files.
+TEST(AcmDrivers, AddRemoveAndScan) {
+    TempDir dir;
+    char cwd[MAX_PATH];
+    GetCurrentDirectoryA(MAX_PATH, cwd), SetCurrentDirectoryA(dir.path("").c_str());
+    auto file = [&](const std::string& name, bool driver = true) {
+        if (driver) std::filesystem::copy_file(MK_TEST_ACM_DRIVER, dir.path(name));
+        else write_file(dir.path(name), Bytes(100, 'x'));
+        return dir.path(name);
+    };
     std::string good = file("mkgood.acm"), other = file("mkother.acm"), junk = file("junk.acm", false);
     AcmDriverEntry entry{};
     ASSERT_EQ(acm_AddDriver(good.c_str(), "DriverProc", &entry), 1);
@@ -167,7 +235,7 @@ TEST_F(DriverFolder, AddRemoveAndScan) {
     EXPECT_TRUE(is_zero(entry) && !loaded("mkgood.acm"));
     // Failed adds: not a module, no such entry function, no such file, the ACM refuses.
     const struct { std::string path; const char* proc; const char* fail; } rows[] = {
-        {junk, "DriverProc", ""}, {other, "NoSuchProc", ""}, {dir_.path("missing.acm"), "DriverProc", ""},
+        {junk, "DriverProc", ""}, {other, "NoSuchProc", ""}, {dir.path("missing.acm"), "DriverProc", ""},
         {other, "DriverProc", "acmDriverAddA"}};
     for (const auto& row : rows) {
         FakeAcm fake(row.fail);
@@ -176,9 +244,9 @@ TEST_F(DriverFolder, AddRemoveAndScan) {
     }
     // The scan adds every ".acm" file and skips folders; the junk file's entry stays zero.
     file("readme.txt", false);
-    std::filesystem::create_directories(dir_.path("folder.acm/dirs.acm"));
+    std::filesystem::create_directories(dir.path("folder.acm/dirs.acm"));
     for (int scan = 0; scan < 2; ++scan) {  // a second scan first removes the drivers of the first
-        ASSERT_EQ(acm_ScanDrivers(dir_.path("host.exe").c_str(), "DriverProc"), 1);
+        ASSERT_EQ(acm_ScanDrivers(dir.path("host.exe").c_str(), "DriverProc"), 1);
         mediakit::AcmStateView s = mediakit::acm_state_for_test();
         ASSERT_EQ(s.driver_count, 3);
         EXPECT_EQ(is_zero(s.drivers[0]) + is_zero(s.drivers[1]) + is_zero(s.drivers[2]), 1);
@@ -188,10 +256,11 @@ TEST_F(DriverFolder, AddRemoveAndScan) {
     EXPECT_TRUE(!mediakit::acm_state_for_test().drivers && !mediakit::acm_state_for_test().driver_count);
     EXPECT_FALSE(loaded("mkgood.acm") || loaded("mkother.acm"));
     // No such folder, no match, folders only.
-    EXPECT_EQ(acm_ScanDrivers(dir_.path("missing/host.exe").c_str(), "DriverProc"), 0);
-    EXPECT_EQ(acm_ScanDrivers(dir_.path("folder.acm/dirs.acm/host.exe").c_str(), "DriverProc"), 0);
-    EXPECT_EQ(acm_ScanDrivers(dir_.path("folder.acm/host.exe").c_str(), "DriverProc"), 1);
+    EXPECT_EQ(acm_ScanDrivers(dir.path("missing/host.exe").c_str(), "DriverProc"), 0);
+    EXPECT_EQ(acm_ScanDrivers(dir.path("folder.acm/dirs.acm/host.exe").c_str(), "DriverProc"), 0);
+    EXPECT_EQ(acm_ScanDrivers(dir.path("folder.acm/host.exe").c_str(), "DriverProc"), 1);
     EXPECT_EQ(mediakit::acm_state_for_test().driver_count, 0);
+    acm_FreeDrivers(), SetCurrentDirectoryA(cwd);
 }
 
 }  // namespace
