@@ -220,12 +220,10 @@ TEST(AcmDrivers, AddRemoveAndScan) {
     TempDir dir;
     char cwd[MAX_PATH];
     GetCurrentDirectoryA(MAX_PATH, cwd), SetCurrentDirectoryA(dir.path("").c_str());
-    auto file = [&](const std::string& name, bool driver = true) {
-        if (driver) std::filesystem::copy_file(MK_TEST_ACM_DRIVER, dir.path(name));
-        else write_file(dir.path(name), Bytes(100, 'x'));
-        return dir.path(name);
-    };
-    std::string good = file("mkgood.acm"), other = file("mkother.acm"), junk = file("junk.acm", false);
+    for (const char* name : {"mkgood.acm", "mkother.acm"}) std::filesystem::copy_file(MK_TEST_ACM_DRIVER, dir.path(name));
+    for (const char* name : {"junk.acm", "readme.txt"}) write_file(dir.path(name), Bytes(100, 'x'));
+    std::filesystem::create_directories(dir.path("folder.acm/dirs.acm"));
+    const std::string good = dir.path("mkgood.acm"), other = dir.path("mkother.acm");
     AcmDriverEntry entry{};
     ASSERT_EQ(acm_AddDriver(good.c_str(), "DriverProc", &entry), 1);
     ASSERT_TRUE(entry.hModule && entry.hadid);
@@ -235,7 +233,7 @@ TEST(AcmDrivers, AddRemoveAndScan) {
     EXPECT_TRUE(is_zero(entry) && !loaded("mkgood.acm"));
     // Failed adds: not a module, no such entry function, no such file, the ACM refuses.
     const struct { std::string path; const char* proc; const char* fail; } rows[] = {
-        {junk, "DriverProc", ""}, {other, "NoSuchProc", ""}, {dir.path("missing.acm"), "DriverProc", ""},
+        {dir.path("junk.acm"), "DriverProc", ""}, {other, "NoSuchProc", ""}, {dir.path("missing.acm"), "DriverProc", ""},
         {other, "DriverProc", "acmDriverAddA"}};
     for (const auto& row : rows) {
         FakeAcm fake(row.fail);
@@ -243,8 +241,6 @@ TEST(AcmDrivers, AddRemoveAndScan) {
         EXPECT_TRUE(is_zero(entry) && !loaded("mkother.acm"));
     }
     // The scan adds every ".acm" file and skips folders; the junk file's entry stays zero.
-    file("readme.txt", false);
-    std::filesystem::create_directories(dir.path("folder.acm/dirs.acm"));
     for (int scan = 0; scan < 2; ++scan) {  // a second scan first removes the drivers of the first
         ASSERT_EQ(acm_ScanDrivers(dir.path("host.exe").c_str(), "DriverProc"), 1);
         mediakit::AcmStateView s = mediakit::acm_state_for_test();

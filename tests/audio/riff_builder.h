@@ -2,12 +2,9 @@
 #pragma once
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
-#include <vector>
 
-#include "bmp_bytes.h"  // read_file, write_file
-#include "image/bitmap_record.h"  // read_u32le
+#include "bmp_bytes.h"  // read_file, write_file, read_u32le
 
 namespace mktest {
 
@@ -43,9 +40,8 @@ public:
     }
     /// The image, with riffSize = length - 8 unless given.
     Bytes bytes(int64_t riff_size = -1) const {
-        Bytes out = body(12 + chunks_.size(), {{4, uint32_t(riff_size < 0 ? 4 + chunks_.size() : riff_size)}});
-        std::memcpy(&out[0], "RIFF", 4), std::memcpy(&out[8], "WAVE", 4);
-        std::copy(chunks_.begin(), chunks_.end(), out.begin() + 12);
+        Bytes out = body(12 + chunks_.size(), {{0, 0x46464952}, {4, uint32_t(riff_size < 0 ? 4 + chunks_.size() : riff_size)}, {8, 0x45564157}});
+        std::copy(chunks_.begin(), chunks_.end(), out.begin() + 12);  // after "RIFF", riffSize and "WAVE"
         return out;
     }
 

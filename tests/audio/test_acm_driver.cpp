@@ -6,11 +6,7 @@
 #include <mmreg.h>
 #include <msacm.h>
 
-#include <cwchar>
-
-namespace {
-LONG g_messages = 0;
-}  // namespace
+static LONG g_messages = 0;
 
 extern "C" LONG driver_messages() { return g_messages; }
 
@@ -27,6 +23,6 @@ extern "C" LRESULT CALLBACK DriverProc(DWORD_PTR id, HDRVR driver, UINT msg, LPA
     details->fccType = ACMDRIVERDETAILS_FCCTYPE_AUDIOCODEC;
     details->wMid = 0xFF, details->wPid = 1, details->vdwACM = 0x03320000, details->vdwDriver = 0x01000000;
     details->fdwSupport = ACMDRIVERDETAILS_SUPPORTF_CODEC;
-    wcscpy(details->szShortName, L"mk test");
+    lstrcpyW(details->szShortName, L"mk test");
     return MMSYSERR_NOERROR;
 }
