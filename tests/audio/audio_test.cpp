@@ -45,11 +45,8 @@ Found file_walk(const Bytes& image, bool load, long format, mediakit::BlockAlloc
     return f[0] ? f : kFails;
 }
 
-struct Row {
-    const char* what;
-    Bytes image;
-    Found memory, file = {-1};  // the file walk's result when it finds something else
-};
+// `file` is the file walk's result when it finds something else than the memory walk.
+struct Row { const char* what; Bytes image; Found memory, file = {-1}; };
 
 // Offsets by hand: the RIFF header is 12 bytes, each chunk header 8, odd bodies 1 pad byte.
 std::vector<Row> rows() {

@@ -145,10 +145,7 @@ struct Wave {
     bool ok;
 };
 
-bool conversion_closed() {
-    mediakit::AcmStateView s = mediakit::acm_state_for_test();
-    return !s.stream && is_zero(s.header);
-}
+bool conversion_closed() { return !mediakit::acm_state_for_test().stream && is_zero(mediakit::acm_state_for_test().header); }
 
 // IMA ADPCM and G.711 have one exact decoding rule, so Wine's codecs and sox agree sample
 // for sample. MS ADPCM decoders may round the predictor either way, and the difference feeds
