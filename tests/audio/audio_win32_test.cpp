@@ -211,12 +211,21 @@ TEST(AcmDecode, EveryFailingStepLeavesTheConversionClosed) {
 
 bool loaded(const char* module) { return GetModuleHandleA(module) != nullptr; }
 
+// Makes a folder current for a scope, also when an assertion leaves the scope early.
+struct CurrentFolder {
+    explicit CurrentFolder(const std::string& path) {
+        GetCurrentDirectoryA(MAX_PATH, old);
+        SetCurrentDirectoryA(path.c_str());
+    }
+    ~CurrentFolder() { SetCurrentDirectoryA(old); }
+    char old[MAX_PATH];
+};
+
 // A folder of ".acm" files, current while the test runs, so that the bare names the scan
 // hands to LoadLibraryA resolve to these files.
 TEST(AcmDrivers, AddRemoveAndScan) {
     TempDir dir;
-    char cwd[MAX_PATH];
-    GetCurrentDirectoryA(MAX_PATH, cwd), SetCurrentDirectoryA(dir.path("").c_str());
+    CurrentFolder current(dir.path(""));
     for (const char* name : {"mkgood.acm", "mkother.acm"}) std::filesystem::copy_file(MK_TEST_ACM_DRIVER, dir.path(name));
     for (const char* name : {"junk.acm", "readme.txt"}) write_file(dir.path(name), Bytes(100, 'x'));
     std::filesystem::create_directories(dir.path("folder.acm/dirs.acm"));
@@ -253,7 +262,7 @@ TEST(AcmDrivers, AddRemoveAndScan) {
     EXPECT_EQ(acm_ScanDrivers(dir.path("folder.acm/dirs.acm/host.exe").c_str(), "DriverProc"), 0);
     EXPECT_EQ(acm_ScanDrivers(dir.path("folder.acm/host.exe").c_str(), "DriverProc"), 1);
     EXPECT_EQ(mediakit::acm_state_for_test().driver_count, 0);
-    acm_FreeDrivers(), SetCurrentDirectoryA(cwd);
+    acm_FreeDrivers();
 }
 
 }  // namespace
