@@ -6,7 +6,9 @@
 #include <cstring>
 
 #include "audio/acm_rules.h"
-#include "platform/acm_calls.h"
+#include "platform/kernel32_calls.h"
+#include "platform/lead_byte.h"
+#include "platform/msacm32_calls.h"
 
 namespace mediakit {
 namespace {
@@ -32,19 +34,17 @@ int fail_add(AcmDriverEntry* entry) {
     return 0;
 }
 
-bool system_lead_byte(unsigned char c) { return acm_calls().IsDBCSLeadByte(c) != 0; }
-
 bool is_file(const WIN32_FIND_DATAA& found) { return !(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY); }
 
 int32_t count_files(const char* pattern) {
     WIN32_FIND_DATAA found;
-    HANDLE search = acm_calls().FindFirstFileA(pattern, &found);
+    HANDLE search = kernel32().FindFirstFileA(pattern, &found);
     if (search == INVALID_HANDLE_VALUE) return -1;
     int32_t count = 0;
     do {
         if (is_file(found)) ++count;
-    } while (acm_calls().FindNextFileA(search, &found));
-    acm_calls().FindClose(search);
+    } while (kernel32().FindNextFileA(search, &found));
+    kernel32().FindClose(search);
     return count;
 }
 
@@ -57,7 +57,7 @@ AcmStateView acm_state_for_test() { return {g_acmStream, g_acmHeader, g_acmDrive
 using namespace mediakit;
 
 extern "C" void MEDIAKIT_CALL acm_EndDecode(void) {
-    const AcmCalls& sys = acm_calls();
+    const Msacm32Calls& sys = msacm32();
     if (g_acmHeader.cbStruct) {
         // Harmless on a header that was never prepared; the result is of no use here.
         sys.acmStreamUnprepareHeader(g_acmStream, &g_acmHeader, 0);
@@ -73,7 +73,7 @@ extern "C" int MEDIAKIT_CALL acm_BeginDecode(const WAVEFORMATEX* source, DWORD s
                                              WAVEFORMATEX* target, DWORD* targetBytes) {
     acm_EndDecode();
     if (!source || !target || !targetBytes) return 0;
-    const AcmCalls& sys = acm_calls();
+    const Msacm32Calls& sys = msacm32();
     auto* src = const_cast<WAVEFORMATEX*>(source);  // the ACM only reads it
 
     // Only the tag is fixed; the ACM chooses channels, rate and sample size.
@@ -106,7 +106,7 @@ extern "C" int MEDIAKIT_CALL acm_BeginDecode(const WAVEFORMATEX* source, DWORD s
 
 extern "C" int MEDIAKIT_CALL acm_Decode(const BYTE* source, BYTE* target) {
     if (!g_acmStream || !source || !target) return fail_decode();
-    const AcmCalls& sys = acm_calls();
+    const Msacm32Calls& sys = msacm32();
     g_acmHeader.pbSrc = const_cast<BYTE*>(source);
     g_acmHeader.pbDst = target;
     if (sys.acmStreamPrepareHeader(g_acmStream, &g_acmHeader, 0)) return fail_decode();
@@ -119,25 +119,24 @@ extern "C" void MEDIAKIT_CALL acm_RemoveDriver(AcmDriverEntry* entry) {
     if (!entry) return;
     // The driver goes before the module that holds its code.
     if (entry->hadid) {
-        acm_calls().acmDriverRemove(entry->hadid, 0);
+        msacm32().acmDriverRemove(entry->hadid, 0);
         entry->hadid = nullptr;
     }
     if (entry->hModule) {
-        acm_calls().FreeLibrary(entry->hModule);
+        kernel32().FreeLibrary(entry->hModule);
         entry->hModule = nullptr;
     }
 }
 
 extern "C" int MEDIAKIT_CALL acm_AddDriver(LPCSTR path, LPCSTR procName, AcmDriverEntry* entry) {
     if (!entry) return 0;
-    const AcmCalls& sys = acm_calls();
-    entry->hModule = path ? sys.LoadLibraryA(path) : nullptr;
+    entry->hModule = path ? kernel32().LoadLibraryA(path) : nullptr;
     if (!entry->hModule) return fail_add(entry);
-    FARPROC proc = procName ? sys.GetProcAddress(entry->hModule, procName) : nullptr;
+    FARPROC proc = procName ? kernel32().GetProcAddress(entry->hModule, procName) : nullptr;
     if (!proc) return fail_add(entry);
     // A driver given as a function, local to this process.
     HACMDRIVERID id = nullptr;
-    if (sys.acmDriverAddA(&id, entry->hModule, reinterpret_cast<LPARAM>(proc), 0,
+    if (msacm32().acmDriverAddA(&id, entry->hModule, reinterpret_cast<LPARAM>(proc), 0,
                           ACM_DRIVERADDF_FUNCTION | ACM_DRIVERADDF_LOCAL))
         return fail_add(entry);
     entry->hadid = id;
@@ -166,7 +165,7 @@ extern "C" int MEDIAKIT_CALL acm_ScanDrivers(LPCSTR path, LPCSTR procName) {
 
     // Files may come or go between the passes: add no more than the first pass counted.
     // An entry whose add failed stays all zero.
-    const AcmCalls& sys = acm_calls();
+    const Kernel32Calls& sys = kernel32();
     WIN32_FIND_DATAA found;
     HANDLE search = sys.FindFirstFileA(pattern, &found);
     if (search == INVALID_HANDLE_VALUE) return 0;  // the table stays for acm_FreeDrivers

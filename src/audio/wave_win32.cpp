@@ -6,9 +6,8 @@
 #include "audio/wave_file.h"
 #include "audio/wave_memory.h"
 #include "mediakit.h"
-#include "platform/file_calls.h"
+#include "platform/kernel32_calls.h"
 #include "platform/memory_extent.h"
-#include "platform/wave_calls.h"
 
 namespace mediakit {
 namespace {
@@ -20,7 +19,7 @@ public:
     size_t read(void* out, size_t n) override {
         DWORD got = 0;
         // A failed read delivers nothing; the walk goes on from wherever the file pointer is.
-        if (!file_calls().ReadFile(file_, out, static_cast<DWORD>(n), &got, nullptr)) return 0;
+        if (!kernel32().ReadFile(file_, out, static_cast<DWORD>(n), &got, nullptr)) return 0;
         return got;
     }
     int64_t position() override { return fl_GetFilePointer(file_); }
@@ -48,7 +47,7 @@ extern "C" int MEDIAKIT_CALL wav_ParseWaveResource(const void* image, const WAVE
 
 extern "C" int MEDIAKIT_CALL wav_GetWaveForResource(HMODULE module, LPCSTR name, const WAVEFORMATEX** format,
                                                     DWORD* sampleLength, BYTE** data, DWORD* dataSize) {
-    const WaveCalls& sys = wave_calls();
+    const Kernel32Calls& sys = kernel32();
     HRSRC resource = sys.FindResourceA(module, name, "WAVE");
     if (!resource) return 0;
     HGLOBAL loaded = sys.LoadResource(module, resource);
@@ -65,7 +64,7 @@ extern "C" int MEDIAKIT_CALL wav_GetWaveForResource(HMODULE module, LPCSTR name,
 extern "C" void MEDIAKIT_CALL wav_CloseWaveForFile(WaveForFile* record) {
     if (!record) return;
     free_wave_blocks(record);
-    if (record->hFile) file_calls().CloseHandle(record->hFile);
+    if (record->hFile) kernel32().CloseHandle(record->hFile);
     *record = WaveForFile{};
 }
 
@@ -73,8 +72,8 @@ extern "C" int MEDIAKIT_CALL wav_OpenWaveForFile(LPCSTR path, WaveForFile* recor
     if (!record) return 0;
     wav_CloseWaveForFile(record);
     if (!path) return 0;
-    HANDLE file = file_calls().CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                           FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+    HANDLE file = kernel32().CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                         FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
     if (file == INVALID_HANDLE_VALUE) return 0;
     record->hFile = file;
     HandleReader reader(file);
@@ -83,7 +82,7 @@ extern "C" int MEDIAKIT_CALL wav_OpenWaveForFile(LPCSTR path, WaveForFile* recor
         return 0;
     }
     if (load) {
-        file_calls().CloseHandle(file);
+        kernel32().CloseHandle(file);
         record->hFile = nullptr;
     }
     return 1;

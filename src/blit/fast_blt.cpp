@@ -4,7 +4,6 @@
 #include "blit/frame.h"
 #include "blit/mmx_switch.h"
 #include "image/bitmap_record.h"
-#include "platform/blit_calls.h"
 
 namespace mediakit {
 
@@ -21,7 +20,7 @@ extern "C" void MEDIAKIT_CALL FastBlt(BitmapData* dst, int x, int y, int w, int 
                                       const BitmapData* src, int sx, int sy) {
     if (!dst || !src) return;
     if (!mediakit::mmx_in_use()) {
-        mediakit::blit_calls().BitBlt(dst->hdc, x, y, w, h, src->hdc, sx, sy, SRCCOPY);
+        mediakit::fast_blt_gdi(dst, x, y, w, h, src, sx, sy);
         return;
     }
     mediakit::fast_blt_mmx(dst, x, y, w, h, src, sx, sy);

@@ -9,6 +9,8 @@ namespace mediakit {
 std::atomic<int32_t> g_mmxAvailable{0};
 std::atomic<int32_t> g_mmxDisabled{0};
 
+void init_mmx_switch() { g_mmxAvailable = cpu_has_mmx() ? 1 : 0; }
+
 }  // namespace mediakit
 
 extern "C" BOOL MEDIAKIT_CALL IsMMX(void) { return mediakit::cpu_has_mmx() ? 1 : 0; }

@@ -11,6 +11,9 @@ extern std::atomic<int32_t> g_mmxAvailable;
 /// 1 when the host has switched the MMX paths off.
 extern std::atomic<int32_t> g_mmxDisabled;
 
+/// Tests the processor for MMX; called once, when the library is attached to a process.
+void init_mmx_switch();
+
 /// Read once per blit call.
 inline bool mmx_in_use() {
     return g_mmxAvailable.load(std::memory_order_relaxed) != 0 &&

@@ -5,7 +5,8 @@
 
 #include "desktop/debug_line.h"
 #include "mediakit.h"
-#include "platform/file_calls.h"
+#include "platform/kernel32_calls.h"
+#include "platform/lead_byte.h"
 
 namespace mediakit {
 namespace {
@@ -14,8 +15,6 @@ namespace {
 // once may interleave their texts.
 char g_errorText[kErrorTextBytes];
 
-bool system_lead_byte(unsigned char c) { return file_calls().IsDBCSLeadByte(c) != 0; }
-
 }  // namespace
 }  // namespace mediakit
 
@@ -23,28 +22,28 @@ using namespace mediakit;
 
 extern "C" void MEDIAKIT_CALL RegError(LPCSTR text) {
     format_debug_line(text, system_lead_byte, g_errorText);
-    file_calls().OutputDebugStringA(g_errorText);
+    kernel32().OutputDebugStringA(g_errorText);
 }
 
 extern "C" int MEDIAKIT_CALL fl_IsExist(LPCSTR path) {
     if (!path) return 0;
     // Access 0 asks for no data access: only that the file exists and may be opened.
-    HANDLE file = file_calls().CreateFileA(path, 0, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
-                                           nullptr);
+    HANDLE file = kernel32().CreateFileA(path, 0, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                                         nullptr);
     if (file == INVALID_HANDLE_VALUE) return 0;
-    file_calls().CloseHandle(file);
+    kernel32().CloseHandle(file);
     return 1;
 }
 
 extern "C" LONGLONG MEDIAKIT_CALL fl_GetFilePointer(HANDLE file) {
     LONG high = 0;
-    DWORD low = file_calls().SetFilePointer(file, 0, &high, FILE_CURRENT);
+    DWORD low = kernel32().SetFilePointer(file, 0, &high, FILE_CURRENT);
     // A failed call leaves a low part of 0xFFFFFFFF, which is passed on as it stands.
     return static_cast<LONGLONG>(static_cast<uint64_t>(static_cast<uint32_t>(high)) << 32 | low);
 }
 
 extern "C" int MEDIAKIT_CALL fl_SetFilePointer(HANDLE file, LONG low, LONG high) {
     LONG high_part = high;
-    file_calls().SetFilePointer(file, low, &high_part, FILE_BEGIN);
+    kernel32().SetFilePointer(file, low, &high_part, FILE_BEGIN);
     return 1;
 }

@@ -3,7 +3,7 @@
 
 #include "desktop/ini.h"
 #include "mediakit.h"
-#include "platform/file_calls.h"
+#include "platform/kernel32_calls.h"
 
 using namespace mediakit;
 
@@ -13,8 +13,8 @@ extern "C" int MEDIAKIT_CALL GetPrivateProfileNumber(LPCSTR section, LPCSTR key,
     char text[kProfileValueChars];
     // A missing key or file copies the default "none", which reads as 0; only a key present
     // with an empty value copies nothing.
-    DWORD copied = file_calls().GetPrivateProfileStringA(section, key, kProfileDefault, text,
-                                                         sizeof text, iniPath);
+    DWORD copied = kernel32().GetPrivateProfileStringA(section, key, kProfileDefault, text,
+                                                       sizeof text, iniPath);
     if (copied == 0) return 0;
     *value = parse_profile_number(text);
     return 1;
@@ -24,5 +24,5 @@ extern "C" int MEDIAKIT_CALL WritePrivateProfileNumber(LPCSTR section, LPCSTR ke
                                                        LPCSTR iniPath) {
     char text[kProfileValueChars];
     format_profile_number(value, text);
-    return file_calls().WritePrivateProfileStringA(section, key, text, iniPath);
+    return kernel32().WritePrivateProfileStringA(section, key, text, iniPath);
 }

@@ -2,9 +2,8 @@
 #include <windows.h>
 
 #include "blit/mmx_switch.h"
-#include "mediakit.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
-    if (reason == DLL_PROCESS_ATTACH) mediakit::g_mmxAvailable = IsMMX();
+    if (reason == DLL_PROCESS_ATTACH) mediakit::init_mmx_switch();
     return TRUE;
 }

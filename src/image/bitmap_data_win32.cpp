@@ -2,13 +2,15 @@
 #include <cstdlib>
 
 #include "image/bitmap_record.h"
-#include "platform/image_calls.h"
+#include "platform/gdi32_calls.h"
+#include "platform/kernel32_calls.h"
+#include "platform/user32_calls.h"
 
 using namespace mediakit;
 
 extern "C" int MEDIAKIT_CALL DeleteBitmapData(BitmapData* bd) {
     if (!bd) return 0;
-    const ImageCalls& sys = image_calls();
+    const Gdi32Calls& sys = gdi32();
     if (bd->hdc) sys.DeleteDC(bd->hdc);
     // A DIB section owns its pixel memory; a heap record owns lpBits itself.
     if (bd->hBitmap)
@@ -21,8 +23,8 @@ extern "C" int MEDIAKIT_CALL DeleteBitmapData(BitmapData* bd) {
 }
 
 extern "C" HBITMAP MEDIAKIT_CALL LoadBitmapImage(LPCSTR name) {
-    const ImageCalls& sys = image_calls();
-    HANDLE image = sys.LoadImageA(sys.GetModuleHandleA(nullptr), name, IMAGE_BITMAP, 0, 0,
+    const User32Calls& sys = user32();
+    HANDLE image = sys.LoadImageA(kernel32().GetModuleHandleA(nullptr), name, IMAGE_BITMAP, 0, 0,
                                   LR_CREATEDIBSECTION);
     if (!image)
         image = sys.LoadImageA(nullptr, name, IMAGE_BITMAP, 0, 0,

@@ -6,45 +6,34 @@
 
 #include "image/bitmap_record.h"
 #include "image/bmp_memory.h"
-#include "platform/image_calls.h"
+#include "platform/gdi32_calls.h"
+#include "platform/kernel32_calls.h"
 #include "platform/memory_extent.h"
+#include "platform/user32_calls.h"
 
 namespace mediakit {
 namespace {
 
-// Nothing larger can be addressed by a 32-bit process.
-constexpr uint64_t kMaxImageBytes = INT32_MAX;
-
-WORD palette_entries_by_depth(WORD bit_count) {
-    switch (bit_count) {
-        case 1: return 2;
-        case 4: return 16;
-        case 8: return 256;
-        default: return 0;
-    }
-}
-
 void attach_memory_dc(HDC hdc, BitmapData* bd) {
-    const ImageCalls& sys = image_calls();
-    bd->hdc = sys.CreateCompatibleDC(hdc);
-    sys.SelectObject(bd->hdc, bd->hBitmap);
+    bd->hdc = gdi32().CreateCompatibleDC(hdc);
+    gdi32().SelectObject(bd->hdc, bd->hBitmap);
 }
 
 void show_last_error() {
-    const ImageCalls& sys = image_calls();
+    const Kernel32Calls& sys = kernel32();
     char* text = nullptr;
     sys.FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
                            FORMAT_MESSAGE_IGNORE_INSERTS,
                        nullptr, sys.GetLastError(), MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
                        reinterpret_cast<LPSTR>(&text), 0, nullptr);
-    sys.MessageBoxA(nullptr, text ? text : "", "Error", MB_OK | MB_ICONINFORMATION);
+    user32().MessageBoxA(nullptr, text ? text : "", "Error", MB_OK | MB_ICONINFORMATION);
     if (text) sys.LocalFree(text);
 }
 
 // Bytes of pixel memory the system gave the section.
 int64_t section_bytes(HBITMAP section) {
     DIBSECTION ds;
-    if (image_calls().GetObjectA(section, sizeof ds, &ds) != sizeof ds) return 0;
+    if (gdi32().GetObjectA(section, sizeof ds, &ds) != sizeof ds) return 0;
     return static_cast<int64_t>(ds.dsBm.bmWidthBytes) * ds.dsBm.bmHeight;
 }
 
@@ -78,7 +67,7 @@ BOOL load_dib_image(HDC hdc, const uint8_t* image, size_t length, BitmapData* bd
     if (!bd->lpbmi) return fail_dib(bd);
     std::memcpy(bd->lpbmi, bmp.info_block, info_bytes);
 
-    const ImageCalls& sys = image_calls();
+    const Gdi32Calls& sys = gdi32();
     UINT usage = bmp.palette_entries > 0 ? DIB_PAL_COLORS : DIB_RGB_COLORS;
     void* bits = nullptr;
     bd->hBitmap = sys.CreateDIBSection(hdc, reinterpret_cast<const BITMAPINFO*>(system_info.get()),
@@ -98,10 +87,9 @@ BOOL load_dib_image(HDC hdc, const uint8_t* image, size_t length, BitmapData* bd
 }
 
 struct FileCloser {
-    void operator()(HANDLE h) const { image_calls().CloseHandle(h); }
+    void operator()(HANDLE h) const { kernel32().CloseHandle(h); }
 };
 using FileHandle = std::unique_ptr<void, FileCloser>;
-
 
 }  // namespace
 }  // namespace mediakit
@@ -111,23 +99,24 @@ using namespace mediakit;
 extern "C" BOOL MEDIAKIT_CALL BufferDIBSection(HDC hdc, int width, int height, WORD bitCount,
                                                const RGBQUAD* palette, BitmapData* bd) {
     if (!bd) return 0;
-    WORD entries = palette_entries_by_depth(bitCount);
-    size_t info_bytes = info_block_bytes(entries);
-    bd->lpbmi = static_cast<BITMAPINFO*>(std::calloc(1, info_bytes));
-    if (!bd->lpbmi) return 0;
-
-    BITMAPINFOHEADER& info = bd->lpbmi->bmiHeader;
+    BITMAPINFOHEADER info = {};
     info.biSize = kInfoHeaderBytes;
     info.biWidth = width;
     info.biHeight = height;
     info.biPlanes = 1;
     info.biBitCount = bitCount;
     info.biCompression = BI_RGB;
+    // With biClrUsed 0 the table has 2, 16 or 256 entries by depth, and none above 8 bits.
+    WORD entries = NumOfPalletColors(&info);
+    size_t info_bytes = info_block_bytes(entries);
+    bd->lpbmi = static_cast<BITMAPINFO*>(std::calloc(1, info_bytes));
+    if (!bd->lpbmi) return 0;
+    bd->lpbmi->bmiHeader = info;
     if (entries > 0 && palette) std::memcpy(bd->lpbmi->bmiColors, palette, 4u * entries);
 
     void* bits = nullptr;
     UINT usage = entries > 0 ? DIB_PAL_COLORS : DIB_RGB_COLORS;
-    bd->hBitmap = image_calls().CreateDIBSection(hdc, bd->lpbmi, usage, &bits, nullptr, 0);
+    bd->hBitmap = gdi32().CreateDIBSection(hdc, bd->lpbmi, usage, &bits, nullptr, 0);
     if (!bd->hBitmap) return fail_dib(bd);
     bd->lpBits = static_cast<BYTE*>(bits);
 
@@ -150,12 +139,12 @@ extern "C" BOOL MEDIAKIT_CALL LoadDIBSectionIndirect(HDC hdc, const void* image,
         return 0;
     }
     // No length comes with the image: read no further than the memory it lies in.
-    return load_dib_image(hdc, static_cast<const uint8_t*>(image), readable_extent(image, kMaxImageBytes), bd);
+    return load_dib_image(hdc, static_cast<const uint8_t*>(image), readable_extent(image, kMaxPixelBlockBytes), bd);
 }
 
 extern "C" BOOL MEDIAKIT_CALL LoadDIBSection(HDC hdc, LPCSTR fileName, BitmapData* bd) {
     if (!fileName || !bd) return 0;
-    const ImageCalls& sys = image_calls();
+    const Kernel32Calls& sys = kernel32();
     FileHandle file(sys.CreateFileA(fileName, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     if (file.get() == INVALID_HANDLE_VALUE) {
@@ -164,7 +153,7 @@ extern "C" BOOL MEDIAKIT_CALL LoadDIBSection(HDC hdc, LPCSTR fileName, BitmapDat
     }
     LARGE_INTEGER size;
     if (!sys.GetFileSizeEx(file.get(), &size) || size.QuadPart < 0 ||
-        static_cast<uint64_t>(size.QuadPart) > kMaxImageBytes)
+        size.QuadPart > kMaxPixelBlockBytes)
         return 0;
     std::unique_ptr<uint8_t, FreeDeleter> buffer(
         static_cast<uint8_t*>(std::malloc(size.QuadPart ? size.QuadPart : 1)));

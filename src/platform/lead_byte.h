@@ -8,4 +8,7 @@ namespace mediakit {
 /// True for a byte that starts a double-byte character (its trail byte may look like '\\').
 using IsLeadByteFn = bool (*)(unsigned char);
 
+/// The lead-byte test of the system's ANSI code page (the Win32 layer only).
+bool system_lead_byte(unsigned char c);
+
 }  // namespace mediakit

@@ -4,16 +4,7 @@
 
 #include <cstddef>
 
-#include <windows.h>
-
 namespace mediakit {
-
-struct MemoryCalls {
-    SIZE_T(WINAPI* VirtualQuery)(LPCVOID, PMEMORY_BASIC_INFORMATION, SIZE_T);
-};
-
-const MemoryCalls& memory_calls();
-void set_memory_calls_for_test(const MemoryCalls* calls);
 
 /// Bytes from p on that lie in committed, readable pages following one another, at most
 /// `limit`.

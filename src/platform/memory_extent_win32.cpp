@@ -2,18 +2,9 @@
 
 #include <cstdint>
 
-#include "platform/call_table.h"
+#include "platform/kernel32_calls.h"
 
 namespace mediakit {
-namespace {
-
-const MemoryCalls kSystem = {::VirtualQuery};
-CallTable<MemoryCalls> table(&kSystem);
-
-}  // namespace
-
-const MemoryCalls& memory_calls() { return table.get(); }
-void set_memory_calls_for_test(const MemoryCalls* calls) { table.set_for_test(calls); }
 
 size_t readable_extent(const void* p, size_t limit) {
     const DWORD readable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READ |
@@ -22,7 +13,7 @@ size_t readable_extent(const void* p, size_t limit) {
     uintptr_t at = start;
     while (at - start < limit) {
         MEMORY_BASIC_INFORMATION mbi;
-        if (memory_calls().VirtualQuery(reinterpret_cast<void*>(at), &mbi, sizeof mbi) != sizeof mbi) break;
+        if (kernel32().VirtualQuery(reinterpret_cast<void*>(at), &mbi, sizeof mbi) != sizeof mbi) break;
         if (mbi.State != MEM_COMMIT || !(mbi.Protect & readable) || (mbi.Protect & PAGE_GUARD)) break;
         uintptr_t end = reinterpret_cast<uintptr_t>(mbi.BaseAddress) + mbi.RegionSize;
         if (end <= at) break;  // the top of the address space

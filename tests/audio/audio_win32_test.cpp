@@ -10,16 +10,19 @@
 #include <string>
 
 #include "audio/acm.h"
+#include "call_fake.h"
 #include "guarded.h"
 #include "mediakit.h"
-#include "platform/acm_calls.h"
-#include "platform/wave_calls.h"
+#include "platform/kernel32_calls.h"
+#include "platform/msacm32_calls.h"
 #include "riff_builder.h"
 #include "temp_dir.h"
 
 namespace {
 
 using namespace mktest;
+using mediakit::Kernel32Calls;
+using mediakit::Msacm32Calls;
 
 std::string sox_file(const std::string& name) { return std::string(MK_SOX_WAV_DIR) + "/" + name + ".wav"; }
 template <class T> bool is_zero(const T& r) { static const T kZero{}; return std::memcmp(&r, &kZero, sizeof r) == 0; }
@@ -74,66 +77,50 @@ TEST(WaveResource, FoundByNameAndByIdentifier) {
 // An image whose riffSize claims more than it holds, flush against an inaccessible page,
 // its "fact" value cut: without a length the walk stops where readable memory ends, and a
 // resource's walk at the resource's own size.
-GuardedBuffer* g_resource = nullptr;
-HRSRC WINAPI fake_find(HMODULE, LPCSTR, LPCSTR) { return reinterpret_cast<HRSRC>(0x40); }
-HGLOBAL WINAPI fake_load(HMODULE, HRSRC) { return reinterpret_cast<HGLOBAL>(0x80); }
-LPVOID WINAPI fake_lock(HGLOBAL) { return g_resource->data(); }
-DWORD WINAPI fake_size(HMODULE, HRSRC) { return DWORD(g_resource->size()); }
-
 TEST(WaveImage, LyingSizesStopAtTheEndOfTheImage) {
     Bytes image = Riff().chunk("fmt ", ramp(16)).chunk("fact", body(4, {{0, 9}})).bytes(4096);
     GuardedBuffer guarded(image.size() - 2);
     std::memcpy(guarded.data(), image.data(), guarded.size());
-    g_resource = &guarded;
-    const mediakit::WaveCalls fake = {fake_find, fake_load, fake_lock, fake_size};
     for (bool resource : {false, true}) {
         const WAVEFORMATEX* format = nullptr;
         DWORD fact = 77;
-        mediakit::set_wave_calls_for_test(&fake);
+        CallLog log;
+        Fake<&Kernel32Calls::FindResourceA> find(log, [](auto...) { return reinterpret_cast<HRSRC>(0x40); });
+        Fake<&Kernel32Calls::LoadResource> load(log, [](auto...) { return reinterpret_cast<HGLOBAL>(0x80); });
+        Fake<&Kernel32Calls::LockResource> lock(log, [&](HGLOBAL) -> LPVOID { return guarded.data(); });
+        Fake<&Kernel32Calls::SizeofResource> size(log, [&](auto...) { return DWORD(guarded.size()); });
         EXPECT_EQ(resource ? wav_GetWaveForResource(nullptr, "x", &format, &fact, nullptr, nullptr)
                            : wav_ParseWaveResource(guarded.data(), &format, &fact, nullptr, nullptr), 1);
-        mediakit::set_wave_calls_for_test(nullptr);
-        EXPECT_TRUE(reinterpret_cast<const uint8_t*>(format) == guarded.data() + 20 && fact == 0) << resource;
+        EXPECT_EQ(reinterpret_cast<const uint8_t*>(format), guarded.data() + 20) << resource;
+        EXPECT_EQ(fact, 0u) << resource;
     }
 }
 
-// ---- A pass-through ACM fake that logs each call by name ("!" after one it failed) --------
+// ---- Pass-through ACM fakes, one of which may fail ------------------------------------------
 
-std::string g_log, g_fail;
-const mediakit::AcmCalls* g_real = nullptr;
-
-bool failing(const char* name) {
-    g_log += std::string(name) + (g_fail == name ? "! " : " ");
-    return g_fail == name;
-}
-long count(const std::string& call) {
-    long n = 0;
-    for (size_t at = 0; (at = g_log.find(call + " ", at)) != std::string::npos; ++at) ++n;
-    return n;
-}
-#define MK_FAKE(type, name, fail, params, ...) \
-    type WINAPI fake_##name params { return failing(#name) ? fail : g_real->name(__VA_ARGS__); }
-MK_FAKE(MMRESULT, acmFormatSuggest, MMSYSERR_ERROR, (HACMDRIVER d, LPWAVEFORMATEX s, LPWAVEFORMATEX t, DWORD n, DWORD f), d, s, t, n, f)
-MK_FAKE(MMRESULT, acmStreamOpen, MMSYSERR_ERROR, (LPHACMSTREAM h, HACMDRIVER d, LPWAVEFORMATEX s, LPWAVEFORMATEX t,
-        LPWAVEFILTER fl, DWORD_PTR cb, DWORD_PTR i, DWORD f), h, d, s, t, fl, cb, i, f)
-MK_FAKE(MMRESULT, acmStreamSize, MMSYSERR_ERROR, (HACMSTREAM h, DWORD in, LPDWORD out, DWORD f), h, in, out, f)
-MK_FAKE(MMRESULT, acmStreamPrepareHeader, MMSYSERR_NOMEM, (HACMSTREAM h, LPACMSTREAMHEADER p, DWORD f), h, p, f)
-MK_FAKE(MMRESULT, acmStreamConvert, MMSYSERR_ERROR, (HACMSTREAM h, LPACMSTREAMHEADER p, DWORD f), h, p, f)
-MK_FAKE(MMRESULT, acmStreamUnprepareHeader, MMSYSERR_ERROR, (HACMSTREAM h, LPACMSTREAMHEADER p, DWORD f), h, p, f)
-MK_FAKE(MMRESULT, acmStreamClose, MMSYSERR_ERROR, (HACMSTREAM h, DWORD f), h, f)
-MK_FAKE(MMRESULT, acmDriverAddA, MMSYSERR_ERROR, (LPHACMDRIVERID id, HINSTANCE m, LPARAM p, DWORD pr, DWORD f), id, m, p, pr, f)
+// Answers with `error` when its function is the failing step, else passes the call on.
+template <auto Member>
+struct Step : Fake<Member> {
+    Step(CallLog& log, const std::string& failing, MMRESULT error)
+        : Fake<Member>(log, [failing, error](auto... a) {
+              return failing == call_name<Member>() ? error : Fake<Member>::system(a...);
+          }) {}
+};
 
 struct FakeAcm {
-    explicit FakeAcm(const char* fail = "") : calls(mediakit::acm_calls()) {
-        g_fail = fail, g_log.clear(), g_real = &mediakit::acm_calls();
-        calls.acmFormatSuggest = fake_acmFormatSuggest, calls.acmStreamOpen = fake_acmStreamOpen;
-        calls.acmStreamSize = fake_acmStreamSize, calls.acmStreamPrepareHeader = fake_acmStreamPrepareHeader;
-        calls.acmStreamConvert = fake_acmStreamConvert, calls.acmStreamUnprepareHeader = fake_acmStreamUnprepareHeader;
-        calls.acmStreamClose = fake_acmStreamClose, calls.acmDriverAddA = fake_acmDriverAddA;
-        mediakit::set_acm_calls_for_test(&calls);
-    }
-    ~FakeAcm() { mediakit::set_acm_calls_for_test(nullptr); }
-    mediakit::AcmCalls calls;
+    explicit FakeAcm(const std::string& failing = "") : fail(failing) {}
+    size_t count(const std::string& name) const { return log.count(name); }
+    size_t streams_opened() const { return fail == "acmStreamOpen" ? 0 : count("acmStreamOpen"); }
+    std::string fail;
+    CallLog log;
+    Step<&Msacm32Calls::acmFormatSuggest> suggest{log, fail, MMSYSERR_ERROR};
+    Step<&Msacm32Calls::acmStreamOpen> open{log, fail, MMSYSERR_ERROR};
+    Step<&Msacm32Calls::acmStreamSize> size{log, fail, MMSYSERR_ERROR};
+    Step<&Msacm32Calls::acmStreamPrepareHeader> prepare{log, fail, MMSYSERR_NOMEM};
+    Step<&Msacm32Calls::acmStreamConvert> convert{log, fail, MMSYSERR_ERROR};
+    Step<&Msacm32Calls::acmStreamUnprepareHeader> unprepare{log, fail, MMSYSERR_ERROR};
+    Step<&Msacm32Calls::acmStreamClose> close{log, fail, MMSYSERR_ERROR};
+    Step<&Msacm32Calls::acmDriverAddA> add{log, fail, MMSYSERR_ERROR};
 };
 
 // ---- Decoding -----------------------------------------------------------------------------
@@ -198,13 +185,17 @@ TEST(AcmDecode, EveryFailingStepLeavesTheConversionClosed) {
         EXPECT_EQ(conversion_closed(), !row.decoded) << row.step;
         acm_EndDecode();
         // Every stream opened is closed once, a prepared header unprepared before it.
-        EXPECT_TRUE(conversion_closed() && count("acmStreamClose") == count("acmStreamOpen")) << g_log;
-        EXPECT_TRUE(!count("acmStreamPrepareHeader") || g_log.find("UnprepareHeader acmStreamClose") != std::string::npos) << g_log;
+        EXPECT_TRUE(conversion_closed()) << row.step;
+        EXPECT_EQ(fake.count("acmStreamClose"), fake.streams_opened()) << fake.log.names();
+        if (fake.count("acmStreamPrepareHeader")) {
+            EXPECT_NE(fake.log.names().find("acmStreamUnprepareHeader acmStreamClose"), std::string::npos) << fake.log.names();
+        }
     }
     FakeAcm fake;  // a second begin ends the first conversion
     for (int begin = 0; begin < 2; ++begin) acm_BeginDecode(ima.r.lpFormat, 0, ima.r.dwDataSize, &target, &bytes);
     acm_EndDecode();
-    EXPECT_EQ(count("acmStreamClose") * count("acmStreamOpen"), 4) << g_log;
+    EXPECT_EQ(fake.count("acmStreamOpen"), 2u) << fake.log.names();
+    EXPECT_EQ(fake.count("acmStreamClose"), 2u) << fake.log.names();
 }
 
 // ---- Codec drivers ------------------------------------------------------------------------

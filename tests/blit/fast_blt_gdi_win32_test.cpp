@@ -7,22 +7,16 @@
 #include <vector>
 
 #include "blit/mmx_switch.h"
+#include "call_fake.h"
 #include "mediakit.h"
-#include "platform/blit_calls.h"
+#include "platform/gdi32_calls.h"
 #include "rng.h"
 
 namespace {
 
-std::vector<std::vector<intptr_t>> g_calls;
-
-BOOL WINAPI record_bitblt(HDC d, int x, int y, int w, int h, HDC s, int sx, int sy, DWORD rop) {
-    g_calls.push_back({intptr_t(d), x, y, w, h, intptr_t(s), sx, sy, intptr_t(rop)});
-    return TRUE;
-}
-
 TEST(FastBltGdi, SwitchedOffPassesTheCallersValuesToBitBlt) {
-    const mediakit::BlitCalls fake = {record_bitblt};
-    mediakit::set_blit_calls_for_test(&fake);
+    mktest::CallLog log;
+    mktest::Fake<&mediakit::Gdi32Calls::BitBlt> bitblt(log, [](auto...) { return TRUE; });
     mediakit::g_mmxAvailable = 1;
     BitmapData a{}, b{};
     a.hdc = reinterpret_cast<HDC>(0x111), b.hdc = reinterpret_cast<HDC>(0x222);
@@ -30,9 +24,8 @@ TEST(FastBltGdi, SwitchedOffPassesTheCallersValuesToBitBlt) {
     FastBlt(&a, -5, 7, 1000, -3, &b, 99999, -42);
     SetUsageMMX(1);
     FastBlt(&a, 0, 0, 1, 1, &b, 0, 0);  // the other path: a holds no image, nothing happens
-    mediakit::set_blit_calls_for_test(nullptr);
-    const std::vector<std::vector<intptr_t>> expected = {{0x111, -5, 7, 1000, -3, 0x222, 99999, -42, SRCCOPY}};
-    EXPECT_EQ(g_calls, expected);
+    ASSERT_EQ(log.names(), "BitBlt");
+    EXPECT_EQ(log.calls()[0].values(), (std::vector<int64_t>{0x111, -5, 7, 1000, -3, 0x222, 99999, -42, SRCCOPY}));
 }
 
 // Both paths copy the same pixels between 24-bit sections; only GDI copies 8-bit ones.

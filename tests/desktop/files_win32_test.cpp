@@ -7,15 +7,12 @@
 #include <vector>
 
 #include "bmp_bytes.h"
+#include "call_fake.h"
 #include "mediakit.h"
-#include "platform/file_calls.h"
+#include "platform/kernel32_calls.h"
 #include "temp_dir.h"
 
 namespace {
-
-// The debugger output cannot be read back without a debugger: a fake records it.
-std::string g_debug;
-void WINAPI record_debug_line(LPCSTR text) { g_debug += text; }
 
 TEST(Files, IsExistAndRegError) {
     // Asking for no data access, fl_IsExist sees a file that another handle holds without
@@ -27,12 +24,12 @@ TEST(Files, IsExistAndRegError) {
     CloseHandle(held);
     EXPECT_TRUE(DeleteFileA(dir.path("here.txt").c_str())) << "fl_IsExist closed its handle";
     EXPECT_EQ(fl_IsExist(dir.path("here.txt").c_str()) + fl_IsExist(dir.path("no-dir/x").c_str()) + fl_IsExist(nullptr), 0);
-    mediakit::FileCalls calls = mediakit::file_calls();
-    calls.OutputDebugStringA = record_debug_line;
-    mediakit::set_file_calls_for_test(&calls);
+    // The debugger output cannot be read back without a debugger: a fake records it.
+    mktest::CallLog log;
+    mktest::Fake<&mediakit::Kernel32Calls::OutputDebugStringA> debug_output(log, [](LPCSTR) {});
     RegError("%s cannot open chime.wav");
-    mediakit::set_file_calls_for_test(nullptr);
-    EXPECT_EQ(g_debug, "%s cannot open chime.wav\n");
+    ASSERT_EQ(log.names(), "OutputDebugStringA");
+    EXPECT_EQ(log.calls()[0].args[0].text, "%s cannot open chime.wav\n");
 }
 
 TEST(Files, FilePositionsAreSixtyFourBit) {

@@ -1,5 +1,5 @@
-// DIB-section records against the real GDI of the system, through a pass-through fake that
-// records what the library asks of it and counts the sections alive.
+// DIB-section records against the real GDI of the system, through pass-through fakes that
+// record what the library asks of it and count the sections alive.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -8,9 +8,12 @@
 #include <filesystem>
 
 #include "bmp_bytes.h"
+#include "call_fake.h"
 #include "guarded.h"
 #include "image/bitmap_record.h"
-#include "image_calls_fake.h"
+#include "platform/gdi32_calls.h"
+#include "platform/kernel32_calls.h"
+#include "platform/user32_calls.h"
 #include "temp_dir.h"
 
 namespace {
@@ -33,11 +36,21 @@ std::string check_dib_record(const std::vector<uint8_t>& file, const BitmapData&
     return mktest::check_record(e, bd);
 }
 
+using mediakit::Gdi32Calls;
+using mediakit::Kernel32Calls;
+using mediakit::User32Calls;
+
 class DibSectionTest : public testing::Test {
 protected:
     void TearDown() override {
-        EXPECT_EQ(fake_.sections_alive, 0) << "a DIB section leaked";
+        EXPECT_EQ(sections_alive_, 0) << "a DIB section leaked";
         DeleteDC(hdc_);
+    }
+    // The usage of each CreateDIBSection call.
+    std::vector<int64_t> dib_usages() const {
+        std::vector<int64_t> usages;
+        for (const mktest::RecordedCall& c : log_.calls("CreateDIBSection")) usages.push_back(c.values()[2]);
+        return usages;
     }
     // Loads an image from memory that ends exactly where readable memory ends, and checks
     // the record: consistent with the bytes when the load succeeds, empty when it fails.
@@ -50,7 +63,25 @@ protected:
         DeleteBitmapData(&bd);
         return ok;
     }
-    mktest::ImageCallsFake fake_;
+    bool fail_create_dib_ = false;
+    DWORD last_error_ = 0;  // what GetLastError reports after a scripted failure
+    int sections_alive_ = 0;
+    mktest::CallLog log_;
+    mktest::Fake<&Gdi32Calls::CreateDIBSection> create_dib_{log_, [this](auto... a) {
+        HBITMAP h = fail_create_dib_ ? nullptr : mktest::Fake<&Gdi32Calls::CreateDIBSection>::system(a...);
+        sections_alive_ += h != nullptr;
+        return h;
+    }};
+    mktest::Fake<&Gdi32Calls::DeleteObject> delete_object_{log_, [this](HGDIOBJ h) {
+        BOOL ok = mktest::Fake<&Gdi32Calls::DeleteObject>::system(h);
+        sections_alive_ -= ok != 0;
+        return ok;
+    }};
+    mktest::Fake<&Kernel32Calls::GetLastError> last_error_fake_{log_, [this] {
+        return fail_create_dib_ ? last_error_ : mktest::Fake<&Kernel32Calls::GetLastError>::system();
+    }};
+    mktest::Fake<&User32Calls::MessageBoxA> message_box_{log_, [](auto...) { return IDOK; }};
+    mktest::Fake<&User32Calls::LoadImageA> load_image_{log_};
     // Palettised sections take their colours from a device context's palette.
     HDC hdc_ = CreateCompatibleDC(nullptr);
     mktest::TempDir dir_;
@@ -66,7 +97,7 @@ TEST_F(DibSectionTest, EmptySectionsOfEachDepth) {
         SCOPED_TRACE(testing::Message() << r.width << "×" << r.height << "×" << r.bits);
         BitmapData bd{};
         ASSERT_EQ(BufferDIBSection(hdc_, r.width, r.height, r.bits, palette, &bd), 1);
-        EXPECT_EQ(fake_.dib_usages.back(), r.usage);
+        EXPECT_EQ(dib_usages().back(), r.usage);
         int stride = BytesPerLine(&bd.lpbmi->bmiHeader);
         EXPECT_EQ(bd.bmfHeader.bfType, 0x4D42);
         EXPECT_EQ(bd.bmfHeader.bfOffBits, r.off_bits);
@@ -126,7 +157,7 @@ TEST_F(DibSectionTest, LoadsFromMemoryAndFileWithinTheImage) {
         DeleteBitmapData(&bd);
         EXPECT_EQ(load_guarded(bytes, what), from_file) << what;
         if (what.find("bmpsuite") == std::string::npos) {
-            EXPECT_TRUE(fake_.message_boxes.empty()) << what;
+            EXPECT_EQ(log_.count("MessageBoxA"), 0u) << what;
         }
     }
 
@@ -137,24 +168,25 @@ TEST_F(DibSectionTest, LoadsFromMemoryAndFileWithinTheImage) {
 }
 
 TEST_F(DibSectionTest, SystemRefusalShowsItsTextInAMessageBoxOnlyWhenLoading) {
-    fake_.fail_create_dib = true;
-    fake_.last_error = ERROR_INVALID_PARAMETER;
+    fail_create_dib_ = true;
+    last_error_ = ERROR_INVALID_PARAMETER;
     BitmapData bd{};
     EXPECT_EQ(BufferDIBSection(hdc_, 10, 10, 24, nullptr, &bd), 0);
     EXPECT_TRUE(is_empty(bd));
-    EXPECT_TRUE(fake_.message_boxes.empty());
+    EXPECT_EQ(log_.count("MessageBoxA"), 0u);
     std::vector<uint8_t> bytes = mktest::make_bmp(BmpFields{});
     EXPECT_EQ(LoadDIBSectionIndirect(hdc_, bytes.data(), &bd), 0);
     EXPECT_TRUE(is_empty(bd));
-    ASSERT_EQ(fake_.message_boxes.size(), 1u);
+    const std::vector<mktest::RecordedCall> boxes = log_.calls("MessageBoxA");
+    ASSERT_EQ(boxes.size(), 1u);
     char* expected = nullptr;
     FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
                    nullptr, ERROR_INVALID_PARAMETER, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
                    reinterpret_cast<LPSTR>(&expected), 0, nullptr);
     ASSERT_NE(expected, nullptr);
-    EXPECT_EQ(fake_.message_boxes[0].text, expected);
-    EXPECT_EQ(fake_.message_boxes[0].caption, "Error");
-    EXPECT_EQ(fake_.message_boxes[0].flags, UINT(MB_OK | MB_ICONINFORMATION));
+    EXPECT_EQ(boxes[0].args[1].text, expected);
+    EXPECT_EQ(boxes[0].args[2].text, "Error");
+    EXPECT_EQ(boxes[0].args[3].value, UINT(MB_OK | MB_ICONINFORMATION));
     LocalFree(expected);
 }
 
@@ -166,9 +198,16 @@ TEST_F(DibSectionTest, BitmapImageTriesTheProgramsResourcesThenTheFile) {
     ASSERT_EQ(GetObjectA(h, sizeof bm, &bm), int(sizeof bm));
     EXPECT_TRUE(bm.bmWidth == 127 && bm.bmHeight == 64 && bm.bmBits != nullptr);  // a DIB section
     DeleteObject(h);
-    ASSERT_EQ(fake_.load_image_calls.size(), 2u);
-    EXPECT_EQ(fake_.load_image_calls[0], "module|" + file + "|0|0|0|0x2000");
-    EXPECT_EQ(fake_.load_image_calls[1], "none|" + file + "|0|0|0|0x2010");
+    const std::vector<mktest::RecordedCall> loads = log_.calls("LoadImageA");
+    ASSERT_EQ(loads.size(), 2u);
+    const int64_t module = reinterpret_cast<intptr_t>(GetModuleHandleA(nullptr));
+    const struct { int64_t module, flags; } rows[] = {{module, 0x2000}, {0, 0x2010}};
+    for (size_t i = 0; i < 2; ++i) {
+        const std::vector<int64_t> v = loads[i].values();
+        EXPECT_EQ(loads[i].args[1].text, file) << i;
+        EXPECT_EQ(v[0], rows[i].module) << i;
+        EXPECT_EQ(std::vector<int64_t>(v.begin() + 2, v.end()), (std::vector<int64_t>{IMAGE_BITMAP, 0, 0, rows[i].flags})) << i;
+    }
     EXPECT_EQ(LoadBitmapImage(dir_.path("missing.bmp").c_str()), nullptr);
 }
 
