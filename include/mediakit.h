@@ -16,8 +16,6 @@
 #if defined(_WIN32)
 #include <windows.h>
 #include <mmsystem.h>
-#include <mmreg.h>
-#include <msacm.h>
 #elif !defined(MEDIAKIT_WIN32_TYPES_DECLARED)
 #error "mediakit.h is a Windows header"
 #endif
@@ -40,6 +38,12 @@ extern "C" {
 #endif
 
 /* ---- Records ------------------------------------------------------------------------ */
+
+/* The records are laid out as a 32-bit MSVC host lays them out with its default packing,
+ * whatever packing the including program has chosen. */
+#if defined(_WIN32)
+#include <pshpack8.h>
+#endif
 
 /* An image buffer. The host owns the record; the library owns the blocks and handles it
  * points at and releases them in DeleteBitmapData. A record whose fields are all zero is
@@ -75,9 +79,12 @@ typedef struct WaveForFile {
 } WaveForFile;
 
 /* One ACM codec driver installed by acm_AddDriver; all zero before the first add. */
+/* The identifier is the HACMDRIVERID of <msacm.h>, declared here by the same struct tag so
+ * that hosts need not include the ACM headers. */
+struct HACMDRIVERID__;
 typedef struct AcmDriverEntry {
-    HMODULE hModule;     /* the driver file, or 0 */
-    HACMDRIVERID hadid;  /* the driver's identifier, or 0 */
+    HMODULE hModule;               /* the driver file, or 0 */
+    struct HACMDRIVERID__* hadid;  /* the driver's identifier, or 0 */
 } AcmDriverEntry;
 /* ---- Particle and spline records ---------------------------------------------------- */
 
@@ -168,6 +175,10 @@ MEDIAKIT_ASSERT_LAYOUT(PowderData_nWobbleY, offsetof(PowderData, nWobbleY) == 11
 MEDIAKIT_ASSERT_LAYOUT(PowderData_lpMatters, offsetof(PowderData, lpMatters) == 120);
 MEDIAKIT_ASSERT_LAYOUT(SplineData_size, sizeof(SplineData) == 24);
 MEDIAKIT_ASSERT_LAYOUT(SplineData_lpD, offsetof(SplineData, lpD) == 20);
+#endif
+
+#if defined(_WIN32)
+#include <poppack.h>
 #endif
 
 /* ---- Image buffers and BMP files --------------------------------------------------- */
