@@ -3,6 +3,7 @@
 #include "platform/kernel32_calls.h"
 #include "platform/msacm32_calls.h"
 #include "platform/user32_calls.h"
+#include "platform/winmm_calls.h"
 
 namespace mediakit {
 
@@ -10,5 +11,6 @@ MK_DEFINE_CALL_TABLE(Kernel32Calls, MK_KERNEL32_CALLS)
 MK_DEFINE_CALL_TABLE(User32Calls, MK_USER32_CALLS)
 MK_DEFINE_CALL_TABLE(Gdi32Calls, MK_GDI32_CALLS)
 MK_DEFINE_CALL_TABLE(Msacm32Calls, MK_MSACM32_CALLS)
+MK_DEFINE_CALL_TABLE(WinmmCalls, MK_WINMM_CALLS)
 
 }  // namespace mediakit

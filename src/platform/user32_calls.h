@@ -1,4 +1,5 @@
-// The USER32 functions the library calls: bitmap resources and message boxes.
+// The USER32 functions the library calls: bitmap resources, message boxes, menus and window
+// geometry.
 #pragma once
 
 #include <windows.h>
@@ -7,7 +8,11 @@
 
 #define MK_USER32_CALLS(X) \
     X(LoadImageA)          \
-    X(MessageBoxA)
+    X(MessageBoxA)         \
+    X(CreateMenu)          \
+    X(AppendMenuA)         \
+    X(DestroyMenu)         \
+    X(SetWindowPos)
 
 namespace mediakit {
 

@@ -146,7 +146,9 @@ public:
     using Fn = R(WINAPI*)(A...);
     using Handler = std::function<R(A...)>;
 
+    /// One fake of a function at a time.
     explicit Fake(CallLog& log, Handler handler = {}, BlockRule blocks = {}) : previous_(slot()) {
+        EXPECT_EQ(state().log, nullptr) << "a second fake of " << call_name<Member>();
         state() = State{&log, std::move(handler), std::move(blocks)};
         slot() = &trampoline;
     }
