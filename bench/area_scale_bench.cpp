@@ -3,7 +3,7 @@
 // it each way (whole cells), or 2.4 times smaller (cells split between pixels).
 #include "bench_support.h"
 #include "blit/area_scale.h"
-#include "blit/cpu.h"
+#include "base/cpu.h"
 
 namespace {
 

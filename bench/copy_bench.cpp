@@ -1,7 +1,7 @@
 // The 24-bit rectangle copy at each vector level.
 #include "bench_support.h"
 #include "blit/copy.h"
-#include "blit/cpu.h"
+#include "base/cpu.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The hue step and the two saturation steps over a whole image, plain and with AVX2.
 #include "bench_support.h"
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "blit/hsb.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "bench_support.h"
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "blit/mmx_switch.h"
 #include "image/bitmap_record.h"
 

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "blit/mask_blend.h"
 
 namespace {

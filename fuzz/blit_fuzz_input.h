@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "blit/mmx_switch.h"
 #include "image/bitmap_record.h"
 

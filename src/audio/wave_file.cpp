@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "audio/wave_memory.h"
-#include "image/bitmap_record.h"
+#include "base/le_bytes.h"
 
 namespace mediakit {
 namespace {

@@ -2,7 +2,7 @@
 // the image instead of wrapping around to an earlier chunk.
 #include "audio/wave_memory.h"
 
-#include "image/bitmap_record.h"
+#include "base/le_bytes.h"
 #include "mediakit.h"
 
 namespace mediakit {

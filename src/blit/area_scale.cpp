@@ -6,7 +6,7 @@
 #include <cassert>
 #include <cstring>
 
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "image/bitmap_record.h"
 
 namespace mediakit {

@@ -7,7 +7,7 @@
 
 #include "blit/clip.h"
 #include "blit/copy.h"
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "blit/frame.h"
 #include "blit/mmx_switch.h"
 #include "blit/row24.h"
@@ -15,24 +15,18 @@
 namespace mediakit {
 namespace {
 
-// Two 8-bit sources through a 24-bit kernel: each row in chunks, both chunks looked up into
-// buffers that stand in for 24-bit source rows.
 void blend_through_palettes(BlendFn kernel, const BlendRect& r) {
-    uint8_t colours_a[3 * kPaletteChunk], colours_b[3 * kPaletteChunk];
-    BlendRect part = r;
-    part.a_palette = part.b_palette = nullptr;
-    part.h = 1;
-    for (int row = 0; row < r.h; ++row) {
-        for (int x = 0; x < r.w; x += kPaletteChunk) {
-            part.w = std::min(r.w - x, kPaletteChunk);
-            expand_palette_row(r.a + row * r.a_stride + x, part.w, *r.a_palette, colours_a);
-            expand_palette_row(r.b + row * r.b_stride + x, part.w, *r.b_palette, colours_b);
-            part.dst = r.dst + row * r.dst_stride + 3 * x;
-            part.a = colours_a;
-            part.b = colours_b;
-            kernel(part);
-        }
-    }
+    const PaletteRows sources[] = {{r.a, r.a_stride, r.a_palette}, {r.b, r.b_stride, r.b_palette}};
+    through_palettes(r.w, r.h, sources, [&](int row, int column, int n, const uint8_t* const* colours) {
+        BlendRect part = r;
+        part.a_palette = part.b_palette = nullptr;
+        part.w = n;
+        part.h = 1;
+        part.dst = r.dst + row * r.dst_stride + 3 * column;
+        part.a = colours[0];
+        part.b = colours[1];
+        kernel(part);
+    });
 }
 
 void blend(const BlendRect& r, bool switch_path) {

@@ -2,7 +2,7 @@
 
 #include <cassert>
 
-#include "blit/cpu.h"
+#include "base/cpu.h"
 
 namespace mediakit {
 

@@ -1,7 +1,7 @@
 // Hue and saturation revision: the plain loops, the choice of kernels and the export.
 #include "blit/hsb.h"
 
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "blit/frame.h"
 #include "image/bitmap_record.h"
 

@@ -13,32 +13,17 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/x86_int.h"
+
 namespace mediakit {
 
 constexpr double kInv255 = 0.00392156862745098;  // the double nearest 1/255
 constexpr double kSixth = 0.16666666666666666;   // the double nearest 1/6
 constexpr double kThird = 0.3333333333333333;    // the double nearest 1/3
 
-/// v truncated towards zero as the processor's truncating conversion gives it: NaN and
-/// values whose truncation lies outside the 32-bit range give INT32_MIN (0x80000000).
-/// (A plain C++ conversion of those would be undefined.)
-static inline int32_t trunc_i32(double v) {
-    if (v > -2147483649.0 && v < 2147483648.0) return static_cast<int32_t>(v);
-    return INT32_MIN;
-}
-
 /// round(v) = v + 0.5 truncated towards zero: half up for v ≥ 0, while -2.7 gives -2 and
 /// -169.5 gives -169.
 static inline int32_t round_half_up(double v) { return trunc_i32(v + 0.5); }
-
-/// 32-bit sums and differences wrap, as the processor's do; only the low 8 bits of a
-/// result are stored.
-static inline int32_t add_wrap(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
-}
-static inline int32_t sub_wrap(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
-}
 
 /// The arguments of one call. In absolute mode the hue step gives every pixel the hue
 /// `hue` and the saturation `saturation`; otherwise it turns each pixel's hue by `hue`.

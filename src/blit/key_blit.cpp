@@ -4,7 +4,7 @@
 
 #include <cassert>
 
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "blit/frame.h"
 #include "blit/row24.h"
 
@@ -19,24 +19,17 @@ const uint8_t* source_colour(const KeyBlitRect& r, const uint8_t* row, int x, ui
     return scratch;
 }
 
-// Runs a 24-bit kernel over a rectangle whose source is 8-bit: each row in chunks, the
-// chunk's indices looked up into a buffer that stands in for a 24-bit source row.
 void through_palette(KeyBlitFn kernel, const KeyBlitRect& r) {
-    uint8_t colours[3 * kPaletteChunk];
-    KeyBlitRect part = r;
-    part.palette = nullptr;
-    part.h = 1;
-    for (int row = 0; row < r.h; ++row) {
-        const uint8_t* indices = r.src + row * r.src_stride;
-        for (int x = 0; x < r.w; x += kPaletteChunk) {
-            part.w = r.w - x < kPaletteChunk ? r.w - x : kPaletteChunk;
-            expand_palette_row(indices + x, part.w, *r.palette, colours);
-            part.dst = r.dst + row * r.dst_stride + 3 * x;
-            part.src = colours;
-            if (r.mask) part.mask = r.mask + row * r.mask_stride + x * r.mask_step;
-            kernel(part);
-        }
-    }
+    through_palettes(r.w, r.h, {{r.src, r.src_stride, r.palette}}, [&](int row, int column, int n, const uint8_t* const* colours) {
+        KeyBlitRect part = r;
+        part.palette = nullptr;
+        part.w = n;
+        part.h = 1;
+        part.dst = r.dst + row * r.dst_stride + 3 * column;
+        part.src = colours[0];
+        if (r.mask) part.mask = r.mask + row * r.mask_stride + column * r.mask_step;
+        kernel(part);
+    });
 }
 
 void draw(KeyBlitFn (*kernel_of)(int), const KeyBlitRect& r) {

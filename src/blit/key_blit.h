@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "blit/pixel_math.h"
+#include "base/pixel_math.h"
 #include "image/bitmap_record.h"
 
 namespace mediakit {

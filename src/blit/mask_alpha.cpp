@@ -2,37 +2,15 @@
 // overall strength on top. Clipped against all three images; the MMX switch picks between
 // the mmx path (24-bit source and mask, each channel weighted by its own mask byte) and the
 // per-pixel path (the mask pixel's first byte weighs all three channels).
-#include <algorithm>
-
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "blit/frame.h"
 #include "blit/mask_blend.h"
 #include "blit/mmx_switch.h"
+#include "blit/row24.h"
 #include "image/bitmap_record.h"
 
 namespace mediakit {
 namespace {
-
-// An 8-bit source is turned into 24-bit colours this many pixels at a time, on the stack.
-constexpr int kStrip = 128;
-
-void blend_palette_rows(const MaskRows& rows, const uint8_t* indices, ptrdiff_t index_stride,
-                        const Palette256& palette, MaskAlphaFn kernel, int32_t strength) {
-    uint8_t strip[3 * kStrip];
-    MaskRows part = rows;
-    part.src = strip;
-    part.h = 1;
-    for (int row = 0; row < rows.h; ++row) {
-        for (int x = 0; x < rows.w; x += kStrip) {
-            part.w = std::min(kStrip, rows.w - x);
-            expand_palette_row(indices + x, part.w, palette.entries, strip);
-            part.dst = rows.dst + row * rows.dst_stride + 3 * x;
-            part.mask = rows.mask + row * rows.mask_stride + x * rows.mask_step;
-            kernel(part, strength);
-        }
-        indices += index_stride;
-    }
-}
 
 void mask_alpha_blt(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src, int sx,
                     int sy, const BitmapData* mask, int mx, int my, int strength) {
@@ -59,7 +37,10 @@ void mask_alpha_blt(BitmapData* dst, int x, int y, int w, int h, const BitmapDat
     } else if (s.bit_count == 8) {
         Palette256 palette;
         load_palette(src, &palette);
-        blend_palette_rows(rows, rows.src, rows.src_stride, palette, per_pixel, strength);
+        through_palettes(rows.w, rows.h, {{rows.src, rows.src_stride, &palette}},
+                         [&](int row, int column, int n, const uint8_t* const* colours) {
+                             per_pixel(rows.chunk(row, column, n, colours[0]), strength);
+                         });
     }
 }
 

@@ -5,18 +5,9 @@
 #include <cassert>
 
 #include "blit/copy.h"
-#include "blit/cpu.h"
+#include "base/cpu.h"
 
 namespace mediakit {
-
-void expand_palette_row(const uint8_t* indices, int n, const RGBQUAD* palette, uint8_t* out) {
-    for (int x = 0; x < n; ++x, out += 3) {
-        const RGBQUAD& c = palette[indices[x]];
-        out[0] = c.rgbBlue;
-        out[1] = c.rgbGreen;
-        out[2] = c.rgbRed;
-    }
-}
 
 void mask_alpha_pixel_ref(const MaskRows& r, int32_t k) {
     uint8_t* d = r.dst;

@@ -13,7 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "blit/pixel_math.h"
+#include "base/pixel_math.h"
 #include "platform/win32_types.h"
 
 namespace mediakit {
@@ -28,6 +28,18 @@ struct MaskRows {
     ptrdiff_t dst_stride, src_stride, src2_stride, mask_stride;
     int mask_step;  ///< bytes per mask pixel, 1 or 3 (the mmx paths: always 3)
     int w, h;       ///< both ≥ 1
+
+    /// The n pixels from column x of one row, with `colours` standing in for the source's
+    /// row (the 24-bit colours of an 8-bit source).
+    MaskRows chunk(int row, int x, int n, const uint8_t* colours) const {
+        MaskRows part = *this;
+        part.dst = dst + row * dst_stride + 3 * x;
+        part.src = colours;
+        part.mask = mask + row * mask_stride + x * mask_step;
+        part.w = n;
+        part.h = 1;
+        return part;
+    }
 };
 
 /// k: the strength (1..256 in the contract). The per-pixel vector kernels need 1 ≤ k ≤ 256;
@@ -57,9 +69,6 @@ MaskTimeFn mask_time_mmx_kernel(int level);
 /// At or after this time the transition shows the second source everywhere; the mmx path
 /// then copies it.
 constexpr int32_t kMaskTimeEnd = 511;
-
-/// Copies an 8-bit source's n indices as the 24-bit colours of its palette.
-void expand_palette_row(const uint8_t* indices, int n, const RGBQUAD* palette, uint8_t* out);
 
 // ---- The per-channel arithmetic, shared by the references and the kernels' scalar tails.
 

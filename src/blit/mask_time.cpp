@@ -2,44 +2,15 @@
 // pixel whose mask value is m starts to turn at time m and has turned 256 units later.
 // Every destination pixel of the clipped rectangle is written; its old content takes no
 // part, so the destination may be the first source itself at the same origin.
-#include <algorithm>
-
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "blit/frame.h"
 #include "blit/mask_blend.h"
 #include "blit/mmx_switch.h"
+#include "blit/row24.h"
 #include "image/bitmap_record.h"
 
 namespace mediakit {
 namespace {
-
-// 8-bit sources are turned into 24-bit colours this many pixels at a time, on the stack.
-constexpr int kStrip = 128;
-
-struct PaletteSource {
-    const uint8_t* indices;
-    ptrdiff_t stride;
-    Palette256 palette;
-};
-
-void blend_palette_rows(const MaskRows& rows, const PaletteSource& first, const PaletteSource& second,
-                        MaskTimeFn kernel, int32_t t) {
-    uint8_t strip1[3 * kStrip], strip2[3 * kStrip];
-    MaskRows part = rows;
-    part.src = strip1;
-    part.src2 = strip2;
-    part.h = 1;
-    for (int row = 0; row < rows.h; ++row) {
-        for (int x = 0; x < rows.w; x += kStrip) {
-            part.w = std::min(kStrip, rows.w - x);
-            expand_palette_row(first.indices + row * first.stride + x, part.w, first.palette.entries, strip1);
-            expand_palette_row(second.indices + row * second.stride + x, part.w, second.palette.entries, strip2);
-            part.dst = rows.dst + row * rows.dst_stride + 3 * x;
-            part.mask = rows.mask + row * rows.mask_stride + x * rows.mask_step;
-            kernel(part, t);
-        }
-    }
-}
 
 void mask_time_alpha_blt(BitmapData* dst, int x, int y, int w, int h, const BitmapData* src1,
                          int sx1, int sy1, const BitmapData* src2, int sx2, int sy2,
@@ -61,10 +32,16 @@ void mask_time_alpha_blt(BitmapData* dst, int x, int y, int w, int h, const Bitm
             mask_time_pixel_kernel(level)(rows, t);
         return;
     }
-    PaletteSource first{rows.src, rows.src_stride, {}}, second{rows.src2, rows.src2_stride, {}};
-    load_palette(src1, &first.palette);
-    load_palette(src2, &second.palette);
-    blend_palette_rows(rows, first, second, mask_time_pixel_kernel(level), t);
+    Palette256 first, second;
+    load_palette(src1, &first);
+    load_palette(src2, &second);
+    const PaletteRows sources[] = {{rows.src, rows.src_stride, &first}, {rows.src2, rows.src2_stride, &second}};
+    const MaskTimeFn kernel = mask_time_pixel_kernel(level);
+    through_palettes(rows.w, rows.h, sources, [&](int row, int column, int n, const uint8_t* const* colours) {
+        MaskRows part = rows.chunk(row, column, n, colours[0]);
+        part.src2 = colours[1];
+        kernel(part, t);
+    });
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "blit/mmx_switch.h"
 
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "platform/win32_types.h"
 #include "mediakit.h"
 

@@ -1,16 +1,17 @@
-// What the 24-bit row kernels of the key, blend and fill blits share: the second form of the
-// mixing rule (the one the switch path computes in 16-bit lanes), palette expansion, and the
-// byte patterns that tell the vector kernels where pixels start in a row.
+// What the 24-bit row kernels of the blits share: the second form of the mixing rule (the
+// one the switch path computes in 16-bit lanes), palette expansion for 8-bit sources, and
+// the byte patterns that tell the vector kernels where pixels start in a row.
 //
 // A row of 24-bit pixels read 16 pixels at a time is 48 bytes, three 16-byte vectors (or 32
 // pixels, three 32-byte vectors), and its first byte starts a pixel. Byte g of such a group
 // belongs to pixel g / 3 and starts it when g % 3 == 0: the tables below are indexed by g.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
-#include "blit/pixel_math.h"
+#include "base/pixel_math.h"
 #include "image/bitmap_record.h"
 
 /// For the small vector steps of the row kernels: they must melt into their loops, or the
@@ -50,6 +51,34 @@ static inline void expand_palette_row(const uint8_t* indices, int n, const Palet
 /// Pixels expanded per step when an 8-bit source runs through a 24-bit kernel: the kernels
 /// then see whole groups of 16 and 32 pixels, and the buffers stay small on the stack.
 constexpr int kPaletteChunk = 256;
+
+/// The rows of an 8-bit source and its colour table.
+struct PaletteRows {
+    const uint8_t* indices;
+    ptrdiff_t stride;
+    const Palette256* palette;
+};
+
+/// Runs a 24-bit kernel over a w × h rectangle whose N sources are 8-bit: each row in
+/// chunks of kPaletteChunk pixels, each source's indices looked up into a strip on the stack
+/// that stands in for its 24-bit row. run(row, column, n, colours) draws the n pixels from
+/// that column of that row, colours[i] being source i's strip.
+template <size_t N, class Run>
+void through_palettes(int w, int h, const PaletteRows (&sources)[N], Run run) {
+    uint8_t strips[N][3 * kPaletteChunk];
+    const uint8_t* colours[N];
+    for (int row = 0; row < h; ++row) {
+        for (int x = 0; x < w; x += kPaletteChunk) {
+            const int n = std::min(w - x, kPaletteChunk);
+            for (size_t i = 0; i < N; ++i) {
+                expand_palette_row(sources[i].indices + row * sources[i].stride + x, n, *sources[i].palette,
+                                   strips[i]);
+                colours[i] = strips[i];
+            }
+            run(row, x, n, colours);
+        }
+    }
+}
 
 struct Row24Tables {
     uint8_t pixel_start[96];  ///< 0xFF where byte g starts a pixel, else 0

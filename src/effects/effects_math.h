@@ -1,22 +1,15 @@
-// The exact arithmetic of the stamps and the particles, written once: conversions and
-// integer steps that behave as the x86 processor's do, whatever the inputs, so that native
-// and 32-bit Windows builds agree and no input is undefined behaviour.
+// The exact arithmetic of the stamps and the particles beyond what the blits share with
+// them: 64-bit conversions, the 16-bit-shift mixing rule, and remainders and divisions that
+// behave as the x86 processor's do, whatever the inputs.
 //
 // Everything here is static inline (see blit/pixel_math.h for why).
 #pragma once
 
 #include <cstdint>
 
-#include "blit/pixel_math.h"
+#include "base/pixel_math.h"
 
 namespace mediakit {
-
-/// Double to 32-bit integer, rounding toward zero, as the processor's truncating conversion
-/// does: a NaN or a value outside the 32-bit range gives 0x80000000.
-static inline int32_t trunc_i32(double v) {
-    if (!(v > -2147483649.0 && v < 2147483648.0)) return INT32_MIN;
-    return static_cast<int32_t>(v);
-}
 
 /// Double to 64-bit integer, rounding toward zero; for values the caller knows to lie well
 /// inside the 64-bit range. A 32-bit x86 processor has no SSE2 conversion to 64 bits and
@@ -25,14 +18,6 @@ static inline int32_t trunc_i32(double v) {
 static inline int64_t trunc_i64(double v) {
     if (v > -2147483648.0 && v < 2147483648.0) return static_cast<int32_t>(v);
     return static_cast<int64_t>(v);
-}
-
-/// 32-bit sums and differences that wrap like the processor's.
-static inline int32_t add_wrap(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
-}
-static inline int32_t sub_wrap(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
 }
 
 /// The weighted mixing rule: a + (((b - a) × w) >> 16), with a wrapping signed product, a

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "effects/effects_math.h"
 #include "effects/stamp_span.h"
 

@@ -34,12 +34,6 @@ int64_t pixel_block_bytes(const BITMAPINFOHEADER& info) {
     return (bytes < 0 || bytes > kMaxPixelBlockBytes) ? -1 : bytes;
 }
 
-uint16_t read_u16le(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
-
-uint32_t read_u32le(const uint8_t* p) {
-    return p[0] | p[1] << 8 | p[2] << 16 | static_cast<uint32_t>(p[3]) << 24;
-}
-
 BITMAPFILEHEADER decode_file_header(const uint8_t* p) {
     BITMAPFILEHEADER h;
     h.bfType = read_u16le(p);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/le_bytes.h"
 #include "platform/win32_types.h"
 #include "mediakit.h"
 
@@ -31,8 +32,6 @@ bool is_bmp_header(const BITMAPFILEHEADER& header);
 /// stride that wrapped) or larger than kMaxPixelBlockBytes.
 int64_t pixel_block_bytes(const BITMAPINFOHEADER& info);
 
-uint16_t read_u16le(const uint8_t* p);
-uint32_t read_u32le(const uint8_t* p);
 BITMAPFILEHEADER decode_file_header(const uint8_t* p);  ///< 14 bytes
 BITMAPINFOHEADER decode_info_header(const uint8_t* p);  ///< 40 bytes
 

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "blit/fast_blt.h"
 #include "blit/mmx_switch.h"
 #include "guarded.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "blit/cpu.h"
+#include "base/cpu.h"
 #include "effects/stamp_span.h"
 #include "guarded.h"
 #include "images.h"

@@ -1,4 +1,4 @@
-#include "blit/cpu.h"
+#include "base/cpu.h"
 
 #include <cpuid.h>
 
