@@ -40,7 +40,9 @@ TEST(WaveFile, LoadingClosesTheFileStreamingKeepsItAtTheDataAndFailuresLeaveNoth
     };
     const Bytes good = Riff().chunk("fmt ", ramp(16)).chunk("LIST", ramp(7)).chunk("data", ramp(10, 40)).bytes();
     ASSERT_EQ(open(good, 1), 1);
-    EXPECT_TRUE(!r.hFile && r.llDataOffset == 60 && Bytes(r.lpData, r.lpData + r.dwDataSize) == ramp(10, 40));
+    EXPECT_EQ(r.hFile, nullptr);
+    EXPECT_EQ(r.llDataOffset, 60);
+    EXPECT_EQ(Bytes(r.lpData, r.lpData + r.dwDataSize), ramp(10, 40));
     EXPECT_TRUE(no_handle_open(dir.path("a.wav")));
     // Failures close the record first, whatever it held. Loading cannot allocate a data
     // block of almost 4 GiB in a 32-bit process.
@@ -50,13 +52,17 @@ TEST(WaveFile, LoadingClosesTheFileStreamingKeepsItAtTheDataAndFailuresLeaveNoth
         ASSERT_EQ(open(good, 0), 1);
         Bytes samples(10);
         DWORD got = 0;
-        ASSERT_TRUE(r.hFile && !r.lpData && ReadFile(r.hFile, samples.data(), 10, &got, nullptr));
+        ASSERT_NE(r.hFile, nullptr);
+        ASSERT_EQ(r.lpData, nullptr);
+        ASSERT_TRUE(ReadFile(r.hFile, samples.data(), 10, &got, nullptr));
         EXPECT_EQ(samples, ramp(10, 40)) << "streaming starts at the first data byte";
         EXPECT_EQ(open(bytes, 1, "b.wav"), 0) << bytes.size();
-        EXPECT_TRUE(is_zero(r) && no_handle_open(dir.path("a.wav")) && no_handle_open(dir.path("b.wav")));
+        EXPECT_TRUE(is_zero(r)) << bytes.size();
+        for (const char* name : {"a.wav", "b.wav"}) EXPECT_TRUE(no_handle_open(dir.path(name))) << name << ", " << bytes.size();
     }
-    EXPECT_EQ(wav_OpenWaveForFile(dir.path("missing.wav").c_str(), &r, 1) + wav_OpenWaveForFile(nullptr, &r, 1) +
-              wav_OpenWaveForFile(dir.path("a.wav").c_str(), nullptr, 1), 0);
+    EXPECT_EQ(wav_OpenWaveForFile(dir.path("missing.wav").c_str(), &r, 1), 0);
+    EXPECT_EQ(wav_OpenWaveForFile(nullptr, &r, 1), 0);
+    EXPECT_EQ(wav_OpenWaveForFile(dir.path("a.wav").c_str(), nullptr, 1), 0);
 }
 
 // By name and by identifier; an unknown name leaves the outputs untouched.
@@ -68,9 +74,15 @@ TEST(WaveResource, FoundByNameAndByIdentifier) {
         BYTE* data = reinterpret_cast<BYTE*>(0x10);
         DWORD size = 0, fact = 0;
         ASSERT_EQ(wav_GetWaveForResource(GetModuleHandleA(nullptr), name, &format, &fact, &data, &size), known);
-        EXPECT_TRUE(known ? !std::memcmp(format, &file[20], 20) && fact == mediakit::read_u32le(&file[48]) &&
-                                Bytes(data, data + size) == Bytes(file.begin() + 60, file.end())
-                          : !format && data == reinterpret_cast<BYTE*>(0x10));
+        if (!known) {
+            EXPECT_EQ(format, nullptr);
+            EXPECT_EQ(data, reinterpret_cast<BYTE*>(0x10));
+            continue;
+        }
+        ASSERT_NE(format, nullptr);
+        EXPECT_EQ(Bytes(reinterpret_cast<const BYTE*>(format), reinterpret_cast<const BYTE*>(format) + 20), Bytes(&file[20], &file[40]));
+        EXPECT_EQ(fact, mediakit::read_u32le(&file[48]));
+        EXPECT_EQ(Bytes(data, data + size), Bytes(file.begin() + 60, file.end()));
     }
 }
 
@@ -143,7 +155,9 @@ TEST(AcmDecode, SoxFilesDecodeAsSoxDecodesThem) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         Wave w(row.name), ref(std::string(row.name) + "_ref");
-        ASSERT_TRUE(w.ok && ref.ok && ref.r.dwDataSize);
+        ASSERT_TRUE(w.ok);
+        ASSERT_TRUE(ref.ok);
+        ASSERT_NE(ref.r.dwDataSize, 0u);
         WAVEFORMATEX target, pcm;
         std::memset(&target, 0xCD, sizeof target);
         DWORD bytes = 0;
@@ -223,11 +237,13 @@ TEST(AcmDrivers, AddRemoveAndScan) {
     const std::string good = dir.path("mkgood.acm"), other = dir.path("mkother.acm");
     AcmDriverEntry entry{};
     ASSERT_EQ(acm_AddDriver(good.c_str(), "DriverProc", &entry), 1);
-    ASSERT_TRUE(entry.hModule && entry.hadid);
+    ASSERT_NE(entry.hModule, nullptr);
+    ASSERT_NE(entry.hadid, nullptr);
     auto messages = reinterpret_cast<LONG (*)()>(reinterpret_cast<void*>(GetProcAddress(entry.hModule, "driver_messages")));
     EXPECT_GT(messages(), 0) << "the ACM opened the driver";
     acm_RemoveDriver(&entry);
-    EXPECT_TRUE(is_zero(entry) && !loaded("mkgood.acm"));
+    EXPECT_TRUE(is_zero(entry));
+    EXPECT_FALSE(loaded("mkgood.acm"));
     // Failed adds: not a module, no such entry function, no such file, the ACM refuses.
     const struct { std::string path; const char* proc; const char* fail; } rows[] = {
         {dir.path("junk.acm"), "DriverProc", ""}, {other, "NoSuchProc", ""}, {dir.path("missing.acm"), "DriverProc", ""},
@@ -235,7 +251,8 @@ TEST(AcmDrivers, AddRemoveAndScan) {
     for (const auto& row : rows) {
         FakeAcm fake(row.fail);
         EXPECT_EQ(acm_AddDriver(row.path.c_str(), row.proc, &entry), 0) << row.path << row.proc;
-        EXPECT_TRUE(is_zero(entry) && !loaded("mkother.acm"));
+        EXPECT_TRUE(is_zero(entry)) << row.path << row.proc;
+        EXPECT_FALSE(loaded("mkother.acm")) << row.path << row.proc;
     }
     // The scan adds every ".acm" file and skips folders; the junk file's entry stays zero.
     for (int scan = 0; scan < 2; ++scan) {  // a second scan first removes the drivers of the first
@@ -243,11 +260,12 @@ TEST(AcmDrivers, AddRemoveAndScan) {
         mediakit::AcmStateView s = mediakit::acm_state_for_test();
         ASSERT_EQ(s.driver_count, 3);
         EXPECT_EQ(is_zero(s.drivers[0]) + is_zero(s.drivers[1]) + is_zero(s.drivers[2]), 1);
-        EXPECT_TRUE(loaded("mkgood.acm") && loaded("mkother.acm"));
+        for (const char* module : {"mkgood.acm", "mkother.acm"}) EXPECT_TRUE(loaded(module)) << module;
     }
     acm_FreeDrivers();
-    EXPECT_TRUE(!mediakit::acm_state_for_test().drivers && !mediakit::acm_state_for_test().driver_count);
-    EXPECT_FALSE(loaded("mkgood.acm") || loaded("mkother.acm"));
+    EXPECT_EQ(mediakit::acm_state_for_test().drivers, nullptr);
+    EXPECT_EQ(mediakit::acm_state_for_test().driver_count, 0);
+    for (const char* module : {"mkgood.acm", "mkother.acm"}) EXPECT_FALSE(loaded(module)) << module;
     // No such folder, no match, folders only.
     EXPECT_EQ(acm_ScanDrivers(dir.path("missing/host.exe").c_str(), "DriverProc"), 0);
     EXPECT_EQ(acm_ScanDrivers(dir.path("folder.acm/dirs.acm/host.exe").c_str(), "DriverProc"), 0);

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <memory>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "blit/mmx_switch.h"
@@ -57,7 +58,9 @@ TEST(ParticleRandom, EveryThreadStartsAtOneAndSeedsOnlyItself) {
     ptc_SetCondition(0, 0, 0, 0, 1);  // seeds from the clock
     const uint32_t seeded = thread_rand_state(), after = uint32_t(std::time(nullptr));
     std::thread([&] { drawn.push_back(thread_rand()); }).join();
-    EXPECT_TRUE(seeded >= before && seeded <= after && drawn.back() == 41) << seeded << " " << drawn.back();
+    EXPECT_GE(seeded, before);
+    EXPECT_LE(seeded, after);
+    EXPECT_EQ(drawn.back(), 41);
 }
 
 // One draw per candidate slot, two more per spawn, two more with a scatter; two per live
@@ -77,7 +80,7 @@ TEST_F(Particles, DrawsExactlyWhereTheStepsSay) {
         thread_srand(12345);
         for (int i = 0; i < c.creates; ++i) ptc_Create(c.elapsed, p.get());
         EXPECT_EQ(thread_rand_state(), lcg_after(12345, c.draws)) << c.flags << " " << c.draws;
-        EXPECT_TRUE(p->nAlive == c.alive && p->nAllowed == c.allowed) << p->nAlive << " " << p->nAllowed;
+        EXPECT_EQ(std::make_tuple(p->nAlive, p->nAllowed), std::make_tuple(c.alive, c.allowed)) << c.flags;
         EXPECT_EQ(ptc_Move(1, p.get()), c.alive > 0);
         EXPECT_EQ(thread_rand_state(), lcg_after(12345, c.draws + 2 * c.alive));
     }
@@ -92,19 +95,24 @@ TEST_F(Particles, FirstSpawnAndMoveFromAFreshGenerator) {
     Powder p = s.make();
     ptc_Create(16, p.get());
     const ParticleMatter& m = p->lpMatters[0];
-    EXPECT_TRUE(m.nFade == 109 && m.dLife == 256 && m.nRadius == 8 && m.dX == 100 && m.dY == 50);
+    EXPECT_EQ(std::make_tuple(m.nFade, m.dLife, m.nRadius, m.dX, m.dY), std::make_tuple(109, 256.0, 8, 100.0, 50.0));
     // Angle 0 points up: θ = -90 × 3.14159 / 180, a hair short of -π/2.
     const double vx = 200 / 1.2 * std::cos(-90 * 0.01745327777777778), vy = -200 / 1.2, dt = 0.1;
-    EXPECT_TRUE(std::fabs(m.dVX - vx) < 1e-12 && std::fabs(m.dVY - vy) < 1e-9) << m.dVX << " " << m.dVY;
+    EXPECT_NEAR(m.dVX, vx, 1e-12);
+    EXPECT_NEAR(m.dVY, vy, 1e-9);
     ptc_SetCondition(10, -20, 30, 40, 0);
-    EXPECT_TRUE(ptc_Move(100, p.get()) == 1 && std::fabs(m.dLife - (256 - 10.9)) < 1e-12 && m.nRadius == 7);  // 245.1 / (256 / 6) + 2 = 7.74
+    EXPECT_EQ(ptc_Move(100, p.get()), 1);
+    EXPECT_NEAR(m.dLife, 256 - 10.9, 1e-12);
+    EXPECT_EQ(m.nRadius, 7);  // 245.1 / (256 / 6) + 2 = 7.74
     EXPECT_NEAR(m.dX, (10 + vx + 80 * dt + 2) * dt + 100, 1e-9);
     EXPECT_NEAR(m.dY, (-20 + vy + 60 * dt + 1) * dt + 50, 1e-9);
     // 1000 life per second from 256 is exactly 0 after 256 ms: that ends it, counted once.
     s.decay = 1000, s.decay_range = 0;
     Powder q = s.make();
     ptc_Create(1, q.get());
-    EXPECT_TRUE(ptc_Move(256, q.get()) == 1 && q->lpMatters[0].dLife == 0 && q->nAlive == 0) << q->lpMatters[0].dLife;
+    EXPECT_EQ(ptc_Move(256, q.get()), 1);
+    EXPECT_EQ(q->lpMatters[0].dLife, 0);
+    EXPECT_EQ(q->nAlive, 0);
 }
 
 // Homes of area powders: grids of 2r × 2r cells from the top or the bottom row, the
@@ -116,8 +124,10 @@ TEST_F(Particles, BltPowderHomes) {
     };
     for (const auto& c : cases) {
         Powder p = blt_powder(c.layout, c.rc, c.r0);
-        ASSERT_TRUE(p && p->nCount == c.count);
-        EXPECT_TRUE(p->lpMatters[c.slot].xHome == c.x && p->lpMatters[c.slot].yHome == c.y) << c.layout << " " << c.slot;
+        ASSERT_TRUE(p);
+        ASSERT_EQ(p->nCount, c.count);
+        const ParticleMatter& m = p->lpMatters[c.slot];
+        EXPECT_EQ(std::make_pair(m.xHome, m.yHome), (std::pair<LONG, LONG>(c.x, c.y))) << c.layout << " " << c.slot;
     }
 }
 
@@ -129,7 +139,7 @@ TEST_F(Particles, FirstColourFrameOfAGradualBreakUp) {
     std::memset(frame.bits(), 0, frame.bytes());
     Powder p = blt_powder(PTC_GRIDUP | PTC_GRADUAL, {8, 6, 72, 54}, 4);
     ptc_ColorEraseParticle(16, p.get(), frame.record(), 0x000000FF, nullptr, picture.record());
-    EXPECT_TRUE(p->nCount == 48 && p->nAlive == 1 && p->lpMatters[0].nSpawned == 1);
+    EXPECT_EQ(std::make_tuple(p->nCount, p->nAlive, p->lpMatters[0].nSpawned), std::make_tuple(48, 1, 1u));
     const char* disc[8] = {"...##...", ".######.", ".######.", "########", "########", ".######.", ".######.", "...##..."};
     for (int y = 0; y < 60; ++y) {
         for (int x = 0; x < 80; ++x) {

@@ -69,8 +69,8 @@ TEST(Dll, TablesNameTheDefinedExportsAndSystemImportsOnly) {
 
     std::vector<std::string> expected = def_exports();
     for (const std::string& name : expected) {
-        EXPECT_TRUE(std::isalpha(static_cast<unsigned char>(name[0])) && name.find_first_of("@?$.") == std::string::npos)
-            << "decorated name " << name;
+        EXPECT_TRUE(std::isalpha(static_cast<unsigned char>(name[0]))) << "decorated name " << name;
+        EXPECT_EQ(name.find_first_of("@?$."), std::string::npos) << "decorated name " << name;
         EXPECT_NE(GetProcAddress(dll, name.c_str()), nullptr) << name;
     }
     std::sort(expected.begin(), expected.end());

@@ -56,7 +56,8 @@ TEST(Header, PixelBlockAndView) {
     }
     mediakit::ImageView v;
     BitmapData empty{};
-    EXPECT_FALSE(mediakit::make_view(nullptr, &v) || mediakit::make_view(&empty, &v));
+    EXPECT_FALSE(mediakit::make_view(nullptr, &v));
+    EXPECT_FALSE(mediakit::make_view(&empty, &v));
 }
 
 TEST(Header, PaletteHasTheRecordsEntriesThenBlack) {

@@ -113,7 +113,7 @@ TEST_F(DibSectionTest, EmptySectionsOfEachDepth) {
             SetPixel(bd.hdc, 0, 0, RGB(10, 20, 30));
             GdiFlush();
             const BYTE* top_left = bd.lpBits + (r.height - 1) * stride;
-            EXPECT_TRUE(top_left[0] == 30 && top_left[1] == 20 && top_left[2] == 10);
+            EXPECT_EQ(std::vector<BYTE>(top_left, top_left + 3), (std::vector<BYTE>{30, 20, 10}));
             // Saved, it is a BMP file the heap loader reads back as it was.
             std::string file = dir_.path("section.bmp");
             ASSERT_EQ(SaveBitmapData(file.c_str(), &bd), 1);
@@ -196,7 +196,8 @@ TEST_F(DibSectionTest, BitmapImageTriesTheProgramsResourcesThenTheFile) {
     ASSERT_NE(h, nullptr);
     BITMAP bm;
     ASSERT_EQ(GetObjectA(h, sizeof bm, &bm), int(sizeof bm));
-    EXPECT_TRUE(bm.bmWidth == 127 && bm.bmHeight == 64 && bm.bmBits != nullptr);  // a DIB section
+    EXPECT_EQ(std::make_pair(bm.bmWidth, bm.bmHeight), (std::pair<LONG, LONG>(127, 64)));
+    EXPECT_NE(bm.bmBits, nullptr);  // a DIB section
     DeleteObject(h);
     const std::vector<mktest::RecordedCall> loads = log_.calls("LoadImageA");
     ASSERT_EQ(loads.size(), 2u);

@@ -45,10 +45,14 @@ double ref_spline(const Knots& xs, const Knots& ys, double t) {
 TEST(Spline, WorkedExample) {
     SplineData sp = build({0, 1, 2, 3, 4}, {0, 1, 0, 1, 0}), one = build({1}, {7});
     const double m[5] = {0, -30.0 / 7, 36.0 / 7, -30.0 / 7, 0}, slope[4] = {12.0 / 7, -3.0 / 7, 0, 3.0 / 7};
-    for (int i = 0; i < 4; ++i)
-        EXPECT_TRUE(std::fabs(sp.lpC[i] - m[i] / 2) < 1e-5 && std::fabs(sp.lpB[i] - slope[i]) < 1e-5 &&
-                    std::fabs(sp.lpD[i] - (m[i + 1] - m[i]) / 6) < 1e-5) << i;
-    EXPECT_TRUE(CalcSpline(&one, 1.0f) == 0 && CalcSpline(nullptr, 1.0f) == 0 && InitSpline(nullptr, 3) == 0);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_NEAR(sp.lpC[i], m[i] / 2, 1e-5) << i;
+        EXPECT_NEAR(sp.lpB[i], slope[i], 1e-5) << i;
+        EXPECT_NEAR(sp.lpD[i], (m[i + 1] - m[i]) / 6, 1e-5) << i;
+    }
+    EXPECT_EQ(CalcSpline(&one, 1.0f), 0);
+    EXPECT_EQ(CalcSpline(nullptr, 1.0f), 0);
+    EXPECT_EQ(InitSpline(nullptr, 3), 0);
     BuildSpline(nullptr), DeleteSpline(nullptr), DeleteSpline(&sp), DeleteSpline(&one);
 }
 
