@@ -8,10 +8,16 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <set>
 #include <vector>
 
 #include "mediakit.h"
+#include "platform/gdi32_calls.h"
+#include "platform/kernel32_calls.h"
+#include "platform/msacm32_calls.h"
+#include "platform/user32_calls.h"
+#include "platform/winmm_calls.h"
 
 // Calls fn(args[0..n-1]), cdecl, with the stack pointer at offset (mod 16) at the call.
 extern "C" uint32_t call_with_stack_at(const void* fn, const uint32_t* args, int n, int offset);
@@ -53,9 +59,20 @@ std::vector<std::string> def_exports() {
     return names;
 }
 
+using Imports = std::map<std::string, std::set<std::string>>;
+
+// Every function of a call table is imported by name from the DLL whose table it is in.
+template <class Calls>
+void expect_listed_under(const Imports& imports, const std::string& dll) {
+    const auto found = imports.find(dll);
+    ASSERT_NE(found, imports.end()) << dll;
+    Calls::for_each([&](auto, const char* name) { EXPECT_EQ(found->second.count(name), 1u) << name << " from " << dll; });
+}
+
 // The export table holds exactly the names of the module definition, undecorated, each of
-// them resolves by name, and the imports are system DLLs only. The tables are read from the
-// loaded image, where every RVA is an offset from the module's base.
+// them resolves by name, and the imports are system DLLs only, the call tables' functions
+// each from its own. The tables are read from the loaded image, where every RVA is an
+// offset from the module's base.
 TEST(Dll, TablesNameTheDefinedExportsAndSystemImportsOnly) {
     HMODULE dll = LoadLibraryA("mediakit.dll");
     ASSERT_NE(dll, nullptr);
@@ -80,11 +97,21 @@ TEST(Dll, TablesNameTheDefinedExportsAndSystemImportsOnly) {
                                           "msacm32.dll",  "avifil32.dll", "imm32.dll", "msvcrt.dll"};
     auto import = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + dirs[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
     ASSERT_NE(import->Name, 0u);
+    Imports imports;
     for (; import->Name; ++import) {
         std::string name = reinterpret_cast<const char*>(base + import->Name);
         std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return char(std::tolower(c)); });
         EXPECT_TRUE(system.count(name)) << name;
+        auto thunk = reinterpret_cast<const IMAGE_THUNK_DATA32*>(base + import->OriginalFirstThunk);
+        for (; thunk->u1.AddressOfData; ++thunk)
+            if (!(thunk->u1.Ordinal & IMAGE_ORDINAL_FLAG32))
+                imports[name].insert(reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + thunk->u1.AddressOfData)->Name);
     }
+    expect_listed_under<mediakit::Kernel32Calls>(imports, "kernel32.dll");
+    expect_listed_under<mediakit::User32Calls>(imports, "user32.dll");
+    expect_listed_under<mediakit::Gdi32Calls>(imports, "gdi32.dll");
+    expect_listed_under<mediakit::WinmmCalls>(imports, "winmm.dll");
+    expect_listed_under<mediakit::Msacm32Calls>(imports, "msacm32.dll");
 }
 
 // Heap-style 24-bit records with no device context: FastBlt can only copy them on the MMX
